@@ -1,0 +1,137 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/**
+ * @file
+ * The measurement operations.
+ *
+ * Every operation returns 0 on success. A failure is reported once through VlixOpStatus of the object library, whose
+ * value is returned; 1 means that an output vector could not be obtained (reported by the object library). An operation
+ * whose output pointer is null checks its arguments and returns 0 without computing. Images are measured inside their
+ * region of interest. Operations keep no state between calls and may run on any number of threads; a record must not be
+ * an output of two calls at once.
+ */
+#ifndef VLIX_MEAS_H
+#define VLIX_MEAS_H
+
+#include "types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** @name Vectors and histograms */
+/** @{ */
+
+/** What vlix_vectorDiff computes from d = a[i] - b[i]. */
+typedef enum VectorDiffOp {
+  VectorDiffOp_DiffSum = 0,       /**< sum of d; normalised: mean difference */
+  VectorDiffOp_DiffAbsSum = 1,    /**< sum of |d|; normalised: mean absolute difference */
+  VectorDiffOp_DiffSquareSum = 2, /**< sum of d squared; normalised: mean squared difference */
+  VectorDiffOp_DiffEuclid = 3,    /**< root of the sum of d squared; normalised: root-mean-square difference */
+  VectorDiffOp_DiffMaxAbs = 4     /**< the d of largest magnitude, with its sign; never normalised */
+} VectorDiffOp;
+
+VLIX_API VlixStatus vlix_vectorDiff(const VlixVector* a, const VlixVector* b, double* result, int32_t op,
+                                    int32_t normalise);
+
+VLIX_API VlixStatus vlix_histogram(const VlixImage* image, VlixVector* hist, int32_t flag, int32_t nBins, float lo,
+                                   float hi);
+
+VLIX_API VlixStatus vlix_histogramInt(const VlixImage* image, VlixVector* hist, int32_t cumulative, int32_t nBins,
+                                      int32_t lo, int32_t hi);
+
+VLIX_API VlixStatus vlix_histogramIntColor(const VlixImage* image, VlixVector* hists, int32_t cumulative,
+                                           const int32_t* nBins, const int32_t* lo, const int32_t* hi);
+
+VLIX_API VlixStatus vlix_histRoi(const VlixImage* image, const VlixObj* roi, VlixVector* hist, int32_t cumulative,
+                                 int32_t nBins, float lo, float hi);
+
+VLIX_API VlixStatus vlix_histPeaks(const VlixVector* hist, VlixVector* peaks, int32_t maxima, float minDist);
+
+VLIX_API VlixStatus vlix_histPeaksInt(const VlixVector* hist, VlixVector* peaks, int32_t maxima, float minDist);
+
+VLIX_API VlixStatus vlix_smoothHist(const VlixVector* hist, VlixVector* smoothed, float width);
+
+VLIX_API VlixStatus vlix_smoothHistInt(const VlixVector* hist, VlixVector* smoothed, float width);
+
+VLIX_API VlixStatus vlix_smoothHist_consume(VlixVector* hist, float width);
+
+VLIX_API VlixStatus vlix_smoothHistInt_consume(VlixVector* hist, float width);
+
+/** @} */
+
+/** @name Statistics */
+/** @{ */
+
+VLIX_API VlixStatus vlix_stats(const VlixObj* obj, float* pMean, float* pStdDev, float* pMin, float* pMax,
+                               float* c0Mean, float* c0StdDev, float* c0Min, float* c0Max, float* c1Mean,
+                               float* c1StdDev, float* c1Min, float* c1Max, float* c2Mean, float* c2StdDev,
+                               float* c2Min, float* c2Max);
+
+VLIX_API VlixStatus vlix_countPix(const VlixImage* image, uint32_t* pCount);
+
+VLIX_API VlixStatus vlix_countThreshPix(const VlixImage* image, uint32_t* pCount, int32_t low, int32_t high);
+
+VLIX_API VlixStatus vlix_variance(const VlixImage* image, VlixImage* meanImage, VlixImage* varImage, int32_t stdDev,
+                                  int32_t kernelWidth, int32_t kernelHeight);
+
+VLIX_API VlixStatus vlix_background(const VlixImage* image, void* pValue);
+
+VLIX_API VlixStatus vlix_background_assignF32(const VlixImage* image, void* pValue, float value);
+
+/** @} */
+
+/** @name Matching */
+/** @{ */
+
+VLIX_API VlixStatus vlix_nxcorr(const VlixImage* target, const VlixImage* templateIm, VlixImage* dst);
+
+VLIX_API VlixStatus vlix_sod(const VlixImage* target, const VlixImage* templateIm, VlixImage* dst);
+
+VLIX_API VlixStatus vlix_xCorr(const VlixImage* image1, const VlixImage* image2, VlixImage* dst);
+
+/** @} */
+
+/** @name Profiles, path sampling and fits */
+/** @{ */
+
+VLIX_API VlixStatus vlix_projection(const VlixImage* image, VlixVector* rowProj, VlixVector* colProj, int32_t asPoints);
+
+VLIX_API VlixStatus vlix_projectionInt(const VlixImage* image, VlixVector* rowProj, VlixVector* colProj,
+                                       int32_t asPoints);
+
+VLIX_API VlixStatus vlix_samplepath_point(const VlixImage* image, PointF32 point, float* result, int32_t mode);
+
+VLIX_API VlixStatus vlix_samplepath_lines(const VlixImage* image, const VlixVector* path, VlixVector* values,
+                                          VlixVector* positions, int32_t* numSamples, float sampleSpacing, int32_t mode,
+                                          const VlixObj* invalidValue);
+
+VLIX_API VlixStatus vlix_samplepath_line(const VlixImage* image, PointF32 start, PointF32 end, VlixVector* values,
+                                         VlixVector* positions, int32_t* numSamples, float sampleSpacing, int32_t mode,
+                                         const VlixObj* invalidValue);
+
+VLIX_API VlixStatus vlix_linearRegressionFloat(const VlixVector* points, uint32_t discardPercent, float* angle,
+                                               float* rho, float* meanDist, VlixVector* pOutPoints,
+                                               int32_t* pOutPointsNum);
+
+VLIX_API VlixStatus vlix_linearRegressionInt(const VlixVector* points, uint32_t discardPercent, float* angle,
+                                             float* rho, float* meanDist, VlixVector* pOutPoints,
+                                             int32_t* pOutPointsNum);
+
+VLIX_API VlixStatus vlix_circularRegression(VlixVector* points, uint32_t discardPercent, float* diameter,
+                                            PointF32* centre, float* meanDist, int32_t* keptCount);
+
+VLIX_API VlixStatus vlix_circularRegressionFloat(const VlixVector* points, uint32_t discardPercent, float* diameter,
+                                                 PointF32* centre, float* meanDist, VlixVector* pOutPoints,
+                                                 int32_t* pOutPointsNum);
+
+VLIX_API VlixStatus vlix_circularRegressionInt(const VlixVector* points, uint32_t discardPercent, float* diameter,
+                                               PointF32* centre, float* meanDist, VlixVector* pOutPoints,
+                                               int32_t* pOutPointsNum);
+
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
