@@ -30,6 +30,37 @@ typedef enum VectorDiffOp {
   VectorDiffOp_DiffMaxAbs = 4     /**< the d of largest magnitude, with its sign; never normalised */
 } VectorDiffOp;
 
+/**
+ * Reduces the element-wise difference d[i] = a[i] - b[i] of two vectors to one number.
+ *
+ * Every element becomes a double before it is used, by the type of its own vector; U32 values up to 4294967295 stay
+ * positive. The sums are taken in double, in increasing i. The two types may differ.
+ *
+ * | code | sum over i = 0 .. n - 1 | normalised |
+ * | --- | --- | --- |
+ * | #VectorDiffOp_DiffSum | d | sum / n |
+ * | #VectorDiffOp_DiffAbsSum | abs(d) | sum / n |
+ * | #VectorDiffOp_DiffSquareSum | d * d | sum / n |
+ * | #VectorDiffOp_DiffEuclid | sqrt of the sum of d * d | sqrt(sum / n) |
+ * | #VectorDiffOp_DiffMaxAbs | the first d of largest magnitude, with its sign | the same |
+ *
+ * Empty vectors give 0.0, or NaN where the code divides by n; the code itself is then not examined. Differences that
+ * are NaN make a sum NaN and are passed over by #VectorDiffOp_DiffMaxAbs.
+ *
+ * Reports, the first that applies: type of @p a, type of @p b, unequal lengths ("vectorDiff: input vectors must be the
+ * same size"), unknown code with at least one element ("vectorDiff: unknown operation code %d"). After a report the
+ * result is untouched.
+ *
+ * Cost: one pass. Vectors of one 8- or 16-bit type are summed exactly in integers, which is the same result; other sums
+ * are bound to their order and take one addition after the other.
+ *
+ * @param[in] a vector of S8, U8, S16, U16, S32, U32, U32Alt, F32 or F64
+ * @param[in] b vector of any of these types, as long as @p a
+ * @param[out] result receives the number; null: validate only (the code is not looked at)
+ * @param[in] op a #VectorDiffOp
+ * @param[in] normalise exactly 1 divides as the table says, any other value does not
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_vectorDiff(const VlixVector* a, const VlixVector* b, double* result, int32_t op,
                                     int32_t normalise);
 
