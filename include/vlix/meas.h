@@ -76,8 +76,46 @@ VLIX_API VlixStatus vlix_histogramIntColor(const VlixImage* image, VlixVector* h
 VLIX_API VlixStatus vlix_histRoi(const VlixImage* image, const VlixObj* roi, VlixVector* hist, int32_t cumulative,
                                  int32_t nBins, float lo, float hi);
 
+/**
+ * Finds the local maxima or minima of a float histogram, thinned out to a minimum distance.
+ *
+ * A run of equal counts is one candidate at the middle of its first and last x, (x_first + x_last) / 2 in 32-bit
+ * floats. It is an extremum when it is strictly better (greater for maxima, less for minima) than the elements before
+ * and behind the run; the first and the last element, and runs that reach them, never are. Extrema are taken in order.
+ * One that lies within @p minDist of the last accepted peak (x difference <= minDist) replaces it when it is strictly
+ * better. Otherwise it is measured against the nearest earlier candidate that it does not beat, back to the last
+ * accepted peak: within @p minDist it is held back, and keeps later ones away; farther off it becomes the next peak.
+ *
+ * NaN is never an extremum and ends a run. Fewer than three elements have no extrema; the result is then an empty
+ * vector.
+ *
+ * Reports, the first that applies: type of @p hist, out of memory (bytes of n points).
+ *
+ * Cost: one pass; the vector is allocated with the length of @p hist and cut afterwards.
+ *
+ * @param[in] hist vector of PointF32 (x = value of the bin, increasing; y = count), any length
+ * @param[out] peaks receives a new PointF32 vector, one point per extremum in the order of x; what the record held
+ *   before is not released; null: validate only
+ * @param[in] maxima non-zero finds maxima, 0 finds minima
+ * @param[in] minDist distance in units of x that two extrema must exceed
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_histPeaks(const VlixVector* hist, VlixVector* peaks, int32_t maxima, float minDist);
 
+/**
+ * Finds the local maxima or minima of an integer histogram, thinned out to a minimum distance.
+ *
+ * As vlix_histPeaks on the coordinates converted to 32-bit floats. A peak is stored truncated toward zero, and later
+ * distances and comparisons use what is stored; a value beyond 32 bits is stored as -2147483648.
+ *
+ * Reports: as vlix_histPeaks.
+ *
+ * @param[in] hist vector of PointI32 (x = lowest value of the bin, increasing; y = count), any length
+ * @param[out] peaks receives a new PointI32 vector; what the record held before is not released; null: validate only
+ * @param[in] maxima non-zero finds maxima, 0 finds minima
+ * @param[in] minDist distance in units of x that two extrema must exceed
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_histPeaksInt(const VlixVector* hist, VlixVector* peaks, int32_t maxima, float minDist);
 
 VLIX_API VlixStatus vlix_smoothHist(const VlixVector* hist, VlixVector* smoothed, float width);
