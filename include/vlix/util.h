@@ -14,13 +14,18 @@ extern "C" {
 
 /**
  * Histogram over a float range: nBins bins of equal width over [lo, hi].
+ *
+ * Bin i starts at x[i] = lo + i (hi - lo) / nBins, computed in double and rounded to float. A value belongs to the last
+ * bin that starts at or below it; where bins are narrower than the steps between floats and several of them start at
+ * the same x, to the first of those. A value equal to hi belongs to the last bin, also for lo = hi. Not-a-number pixels
+ * and values outside the range are not counted. Counts are integers until they are stored.
  * @param image monochrome (U8, S8, U16, S16, F32); its region of interest is counted
  * @param hist shaped as PointF32, nBins elements: x = lowest value of the bin, y = count
  * @param flag non-zero turns the counts into running sums
  * @param nBins number of bins, at least 1
- * @param lo,hi finite bounds, lo <= hi. A value equal to hi belongs to the last bin; lo = hi counts that value in the
- *   last bin. NaN pixels and values outside the range are not counted.
- * @return non-zero on success, 0 on failure
+ * @param lo,hi finite bounds, lo <= hi
+ * @return non-zero on success, 0 on failure, with @p hist as it was; nothing is reported, except by the object library
+ *   when @p hist cannot be shaped
  */
 VLIX_API int32_t VlixUtilComputeHistogram(const VlixImage* image, VlixVector* hist, int32_t flag, int32_t nBins,
                                           float lo, float hi);
@@ -35,23 +40,177 @@ VLIX_API int32_t VlixUtilComputeHistogram(const VlixImage* image, VlixVector* hi
  */
 VLIX_API int32_t VlixUtilCastImage(const VlixImage* from, VlixImage* to, int32_t kind, int32_t mode);
 
+/** @name Regions
+ * A region is a set of pixels, given by coordinates relative to the region of interest of the image that it is used
+ * with; pixels may lie outside of any image. A record starts as all zeros, which is the region without pixels. The
+ * functions that make a region replace what the record holds: the runs of an earlier region are freed, and the record
+ * may be one of the operands. They return 0 on success; otherwise non-zero, reported, with the record as it was. */
+/** @{ */
+
+/** Neighbouring pixels of one row. */
+typedef struct VlixRun {
+  int32_t y;     /**< row */
+  int32_t begin; /**< first column */
+  int32_t end;   /**< column behind the last one, above begin */
+} VlixRun;
+
+/** A region. */
+typedef struct VlixRegion {
+  VlixRun* runs;    /**< ordered by row, then by column; runs do not overlap */
+  int64_t count;    /**< number of runs */
+  int64_t capacity; /**< runs that a buffer of this library holds; 0 when the runs are the caller's, who frees them */
+} VlixRegion;
+
+/** Handle of a region, as vlix_histRoi takes it. */
+typedef struct VlixRegionHandle {
+  uint32_t kind;     /**< #VlixHandle_Region */
+  uint32_t head[3];  /**< not read */
+  VlixRegion region; /**< the region */
+} VlixRegionHandle;
+
 /**
- * Calls a routine once for every pixel of a region.
- * @param context handed to the routine
- * @param region a VlixRegion
- * @param routine called with coordinates relative to the region of interest
+ * The pixels of a mask that are not 0 (not-a-number counts as not 0).
+ * @param mask monochrome image (U8, S8, U16, S16, F32); its region of interest is the whole mask, which begins at 0, 0
+ * @param region receives the pixels
  * @return 0 on success
+ */
+VLIX_API int32_t VlixRegionFromMask(const VlixImage* mask, VlixRegion* region);
+
+/**
+ * The pixels of a shape.
+ * @param shape any kind that #VlixUtilRasterizeRoi takes
+ * @param region receives the pixels
+ * @return 0 on success
+ */
+VLIX_API int32_t VlixRegionFromShape(const VlixShape* shape, VlixRegion* region);
+
+/**
+ * The pixels that belong to at least one of two regions.
+ * @param a,b the operands
+ * @param region receives the pixels
+ * @return 0 on success
+ */
+VLIX_API int32_t VlixRegionUnion(const VlixRegion* a, const VlixRegion* b, VlixRegion* region);
+
+/**
+ * The pixels that belong to both of two regions.
+ * @param a,b the operands
+ * @param region receives the pixels
+ * @return 0 on success
+ */
+VLIX_API int32_t VlixRegionIntersection(const VlixRegion* a, const VlixRegion* b, VlixRegion* region);
+
+/**
+ * The pixels that belong to the first region and not to the second.
+ * @param a,b the operands
+ * @param region receives the pixels
+ * @return 0 on success
+ */
+VLIX_API int32_t VlixRegionDifference(const VlixRegion* a, const VlixRegion* b, VlixRegion* region);
+
+/**
+ * Number of pixels.
+ * @param region the region; null has none
+ * @return the sum of the lengths of its runs
+ */
+VLIX_API int64_t VlixRegionPixelCount(const VlixRegion* region);
+
+/**
+ * Empties a record and frees its runs, unless they are the caller's. Releasing an empty record is harmless.
+ * @param region the record; null is ignored
+ */
+VLIX_API void VlixRegionRelease(VlixRegion* region);
+
+/**
+ * Calls a routine once for every pixel of a region, row by row and from left to right. Nothing is reported.
+ * @param context handed to the routine
+ * @param region a #VlixRegion
+ * @param routine called with coordinates relative to the region of interest
+ * @return 0 on success; non-zero, without a call, when something is null or the runs are not ordered as they have to be
  */
 VLIX_API int32_t VlixUtilScanRoi(void* context, void* region, VlixPixelRoutine routine);
 
+/** @} */
+
+/** @name Shapes
+ * Coordinates are relative to the region of interest; x runs along columns, y along rows, and the centre of pixel
+ * (x, y) is the point (x, y). Angles are in degrees, from the x axis towards the y axis (clockwise where rows run
+ * down).
+ *
+ * A pixel belongs to a shape when its centre does. Of a straight border, the parts that face lower columns belong to
+ * the shape and those that face higher columns do not; a horizontal part belongs to it when it faces lower rows. So
+ * shapes with a common straight border share no pixel and leave none out. Polygons and rotated rectangles are computed
+ * exactly after their corners are rounded to 2^-32 pixel, the other shapes in double precision.
+ *
+ * Refused are shapes with a number that is not finite, without an area, that reach beyond +-2^24 (the centre and the
+ * radii of ring sectors included), or whose bounding box holds more than 2^31 pixels. */
+/** @{ */
+
+/** Kinds of shapes besides #VlixShape_PixelRect; `geometry` points to the struct that is named. */
+typedef enum VlixUtilShapeKind {
+  VlixShape_Rect = 100,        /**< #VlixRectShape */
+  VlixShape_RotatedRect = 101, /**< #VlixRotatedRectShape */
+  VlixShape_Ellipse = 102,     /**< #VlixEllipseShape */
+  VlixShape_RingSector = 103,  /**< #VlixRingSectorShape */
+  VlixShape_Polygon = 104      /**< #VlixPolygonShape */
+} VlixUtilShapeKind;
+
+/** Axis-aligned rectangle: low <= coordinate < high. From (X, Y) to (X + W, Y + H) it covers W x H pixels. */
+typedef struct VlixRectShape {
+  float x0; /**< column of a corner */
+  float y0; /**< row of a corner */
+  float x1; /**< column of the opposite corner, other than x0 */
+  float y1; /**< row of the opposite corner, other than y0 */
+} VlixRectShape;
+
+/** Rectangle of any direction. */
+typedef struct VlixRotatedRectShape {
+  float centreX;      /**< column of the centre */
+  float centreY;      /**< row of the centre */
+  float width;        /**< size along the direction of the angle, above 0 */
+  float height;       /**< size across it, above 0 */
+  float angleDegrees; /**< direction of the width */
+} VlixRotatedRectShape;
+
+/** Ellipse; its border does not belong to it. */
+typedef struct VlixEllipseShape {
+  float centreX;      /**< column of the centre */
+  float centreY;      /**< row of the centre */
+  float radiusX;      /**< semi-axis along the direction of the angle, above 0 */
+  float radiusY;      /**< semi-axis across it, above 0 */
+  float angleDegrees; /**< direction of the first semi-axis */
+} VlixEllipseShape;
+
 /**
- * Calls a routine once for every pixel of a shape; a pixel belongs to the shape when its centre does.
+ * Part of a ring: innerRadius <= distance from the centre < outerRadius and startDegrees <= direction < endDegrees, so
+ * that rings and sectors with common radii or angles share no pixel. The centre itself has direction 0.
+ */
+typedef struct VlixRingSectorShape {
+  float centreX;      /**< column of the centre */
+  float centreY;      /**< row of the centre */
+  float innerRadius;  /**< at least 0; 0 makes it a sector of a disc */
+  float outerRadius;  /**< above the inner radius */
+  float startDegrees; /**< where the sector begins */
+  float endDegrees;   /**< where it ends: above the start, at most 360 above it, which is the full ring */
+} VlixRingSectorShape;
+
+/** Polygon, closed from the last vertex to the first. Where it overlaps itself the even-odd rule holds. */
+typedef struct VlixPolygonShape {
+  const PointF32* vertices; /**< the corners in order, either way round, not all on one line */
+  int32_t count;            /**< at least 3 */
+} VlixPolygonShape;
+
+/**
+ * Calls a routine once for every pixel of a shape, row by row and from left to right. Nothing is reported.
  * @param context handed to the routine
- * @param shape a #VlixShape
+ * @param shape a #VlixShape of a #VlixUtilShapeKind. #VlixShape_PixelRect is refused: it lies in whole-image
+ *   coordinates, which cannot be told apart here; the operations that take shapes walk it themselves
  * @param routine called with coordinates relative to the region of interest
- * @return 0 on success
+ * @return 0 on success; non-zero, without a call, when something is null, the shape is refused, or memory is short
  */
 VLIX_API int32_t VlixUtilRasterizeRoi(void* context, void* shape, VlixPixelRoutine routine);
+
+/** @} */
 
 #ifdef __cplusplus
 }
