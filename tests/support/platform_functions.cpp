@@ -194,9 +194,17 @@ void VlixImageRelease(VlixImage* image, int32_t flag) {
 
 int32_t VlixImageTryUseReservedMem(VlixImage* image, int32_t type, int32_t width, int32_t height,
                                    const char* operation) {
-  const int32_t result = watch("VlixImageTryUseReservedMem", kNotShaped,
-                               FORWARD(VlixImageTryUseReservedMem, image, type, width, height, operation), image,
-                               TypeCode{type}, width, height, operation);
+  const RecordingPlatform* platform = RecordingPlatform::recording();
+  const auto margins = platform == nullptr ? RecordingPlatform::Margins() : platform->output_margins;
+  const auto forward = [&] {
+    const int32_t shaped_width = margins.left + width + margins.right;
+    const int32_t shaped_height = margins.top + height + margins.bottom;
+    const int32_t failed = FORWARD(VlixImageTryUseReservedMem, image, type, shaped_width, shaped_height, operation)();
+    if (failed == 0) VlixImageSetRoi(image, margins.left, margins.top, width, height);
+    return failed;
+  };
+  const int32_t result =
+      watch("VlixImageTryUseReservedMem", kNotShaped, forward, image, TypeCode{type}, width, height, operation);
   if (result == 0) note_buffer("VlixImageTryUseReservedMem", image);
   return result;
 }
@@ -348,8 +356,12 @@ int32_t VlixUtilRasterizeRoi(void* context, void* shape, VlixPixelRoutine routin
 }
 
 int32_t vlix_fft(const VlixImage* from, VlixImage* to, int32_t direction, int32_t reserved, int32_t realOutput) {
-  const int32_t result = watch("vlix_fft", kFailed, FORWARD(vlix_fft, from, to, direction, reserved, realOutput), from,
-                               to, direction, reserved, realOutput);
+  const RecordingPlatform* platform = RecordingPlatform::recording();
+  const auto forward = [&] {
+    if (platform != nullptr && platform->fft) return platform->fft(from, to, direction, reserved, realOutput);
+    return FORWARD(vlix_fft, from, to, direction, reserved, realOutput)();
+  };
+  const int32_t result = watch("vlix_fft", kFailed, forward, from, to, direction, reserved, realOutput);
   if (result == 0) note_buffer("vlix_fft", to);
   return result;
 }

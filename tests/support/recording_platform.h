@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "vlix/types.h"
+
 namespace vlix::test {
 
 // One report through the status channel.
@@ -46,6 +48,14 @@ class RecordingPlatform {
   int32_t report_result = -4711;
   // The report with "%g..%g" carries two 32-bit integers instead of doubles.
   bool integer_ranges = false;
+
+  // Output images are shaped this much larger than asked for; their region of interest is what was asked for.
+  struct Margins {
+    int32_t left = 0, top = 0, right = 0, bottom = 0;
+  };
+  Margins output_margins;
+  // Stands in for vlix_fft.
+  std::function<int32_t(const VlixImage*, VlixImage*, int32_t direction, int32_t reserved, int32_t real_output)> fft;
 
   // Makes the nth call (1 = the next one) of a function fail with its failure value or with this one.
   void fail(const std::string& function, int nth = 1, std::optional<int32_t> result = {});
