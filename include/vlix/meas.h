@@ -118,12 +118,71 @@ VLIX_API VlixStatus vlix_histPeaks(const VlixVector* hist, VlixVector* peaks, in
  */
 VLIX_API VlixStatus vlix_histPeaksInt(const VlixVector* hist, VlixVector* peaks, int32_t maxima, float minDist);
 
+/**
+ * Smooths a float histogram by a centred moving average.
+ *
+ * The increment is dx = x[1] - x[0]. The window holds K elements: r = width / dx in 32-bit floats, K = floor(r + 0.5),
+ * and where that is even, K + 1 if r is greater than K, else K - 1 (4.0 gives 3, 4.3 gives 5, 0.4 gives 1). Then
+ * smoothed[i].y is the sum of hist[j].y over |j - i| <= (K - 1) / 2, divided by K also where the window reaches beyond
+ * the ends, as if zeros followed there. The sum runs from left to right in 32-bit floats: the element that leaves is
+ * subtracted, then the one that enters is added. The values of x are copied. A window of K <= 0 elements (a width of 0)
+ * copies the counts too; so does one of more elements than 32 bits can count.
+ *
+ * Reports, the first that applies: fewer than two elements ("smoothHist: vector size %d, must be > 2"; two are
+ * accepted), dx <= 0 ("smoothHist: histogram increment error (dx = %f)"), K greater than the number of elements
+ * ("smoothHist: width %f, must be less than histogram range, %f" with n * dx; a NaN ends here). An output that cannot
+ * be obtained is reported by the object library; the result is then 1.
+ *
+ * Cost: independent of the width. Counts that are whole numbers, with sums below 2^24, are summed in integers, which is
+ * the same result.
+ *
+ * @param[in] hist vector of PointF32 (x = value of the bin, evenly spaced; y = count); its type is not tested
+ * @param[out] smoothed made a PointF32 vector of the same length; must not be @p hist; null: validate only
+ * @param[in] width length of the window in units of x
+ * @return 0, 1 or the status of the report
+ */
 VLIX_API VlixStatus vlix_smoothHist(const VlixVector* hist, VlixVector* smoothed, float width);
 
+/**
+ * Smooths an integer histogram by a centred moving average.
+ *
+ * As vlix_smoothHist with 32-bit integers: dx is converted to float for r = width / dx, sums wrap, and the division by
+ * K truncates toward zero. The report about dx shows it with %d, the one about the width shows n * dx with %d.
+ *
+ * @param[in] hist vector of PointI32 (x = lowest value of the bin, evenly spaced; y = count); its type is not tested
+ * @param[out] smoothed made a PointI32 vector of the same length; must not be @p hist; null: validate only
+ * @param[in] width length of the window in units of x
+ * @return 0, 1 or the status of the report
+ */
 VLIX_API VlixStatus vlix_smoothHistInt(const VlixVector* hist, VlixVector* smoothed, float width);
 
+/**
+ * Smooths a float histogram in place; the counts are those of vlix_smoothHist.
+ *
+ * Reports: as vlix_smoothHist, then "smoothHist: cannot copy vector" when the temporary copy fails.
+ *
+ * When the window has no elements (K <= 0), the histogram stays as it is and the temporary copy is never released: a
+ * known leak of the length of the histogram.
+ *
+ * @param[in,out] hist vector of PointF32 (x = value of the bin, evenly spaced; y = count); its type is not tested
+ * @param[in] width length of the window in units of x
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_smoothHist_consume(VlixVector* hist, float width);
 
+/**
+ * Smooths a integer histogram in place; the counts are those of vlix_smoothHistInt.
+ *
+ * Reports: as vlix_smoothHistInt, then "smoothHist: cannot copy vector" when the temporary copy fails.
+ *
+ * When the window has no elements (K <= 0), the histogram stays as it is and the temporary copy is never released: a
+ * known leak of the length of the histogram.
+ *
+ * @param[in,out] hist vector of PointI32 (x = lowest value of the bin, evenly spaced; y = count); its type is not
+ * tested
+ * @param[in] width length of the window in units of x
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_smoothHistInt_consume(VlixVector* hist, float width);
 
 /** @} */

@@ -4,24 +4,14 @@
 
 #include <cmath>
 #include <limits>
-#include <ostream>
 #include <random>
 #include <string>
 
 #include "histogram/hist_peaks_twin.h"
+#include "histogram/point_values.h"
 #include "support/recording_platform.h"
 #include "support/test_image.h"
 #include "vlix/meas.h"
-
-// In the global namespace, where the points are.
-static bool operator==(const PointF32& a, const PointF32& b) { return a.x == b.x && a.y == b.y; }
-static bool operator==(const PointI32& a, const PointI32& b) { return a.x == b.x && a.y == b.y; }
-static std::ostream& operator<<(std::ostream& out, const PointF32& p) {
-  return out << "(" << p.x << ", " << p.y << ")";
-}
-static std::ostream& operator<<(std::ostream& out, const PointI32& p) {
-  return out << "(" << p.x << ", " << p.y << ")";
-}
 
 namespace vlix::test {
 namespace {
@@ -44,16 +34,6 @@ std::vector<Point> peaks_of(const std::vector<Point>& hist, int32_t maxima, floa
   EXPECT_EQ(find(&in.record, &out.record, maxima, distance), 0);
   EXPECT_EQ(out.record.type, code_of<Point>());
   return out.values<Point>();
-}
-
-// x = 0, 1, 2 ...
-template <class Point, class Value>
-std::vector<Point> bins(const std::vector<Value>& y) {
-  std::vector<Point> points;
-  for (std::size_t i = 0; i < y.size(); ++i) {
-    points.push_back({static_cast<decltype(Point::x)>(i), static_cast<decltype(Point::y)>(y[i])});
-  }
-  return points;
 }
 
 template <class Point>
