@@ -8,10 +8,12 @@
 #include <new>
 #include <unordered_map>
 
+#include "memory/aligned.h"
+
 namespace vlix::object {
 namespace {
 
-constexpr int64_t kAlignment = 64;
+constexpr int64_t kAlignment = memory::kAlignment;
 constexpr std::size_t kShards = 64;
 
 struct Entry {
@@ -55,7 +57,7 @@ std::optional<Buffer> find_buffer(const void* data) noexcept {
 
 void* allocate_buffer(int64_t bytes) noexcept {
   const int64_t capacity = (std::max<int64_t>(bytes, 1) + kAlignment - 1) / kAlignment * kAlignment;
-  void* data = std::aligned_alloc(kAlignment, static_cast<std::size_t>(capacity));
+  void* data = memory::allocate_aligned(static_cast<std::size_t>(capacity));
   if (data != nullptr && !register_own(data, capacity)) {
     std::free(data);
     return nullptr;
