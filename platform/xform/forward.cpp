@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+// Columns first: they are real and leave the upper half of the rows to transform. Each of these rows, while it is in
+// the cache, also gives its mirror image in the lower half.
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <new>
+#include <vector>
+
+#include "fourier/real_columns.h"
+#include "xform/spectrum.h"
+
+namespace vlix::xform {
+namespace {
+
+using Complex = std::complex<float>;
+using Columns = fourier::RealColumns<float>;
+constexpr int32_t kColumns = Columns::kColumns;
+static_assert(kWidthUnit % kColumns == 0);
+
+// Whether no bit of these floats is set: negative zeros count as something, to be safe.
+bool is_blank(const float* row, int32_t count) {
+  uint32_t bits = 0;
+  for (int32_t x = 0; x < count; ++x) bits |= std::bit_cast<uint32_t>(row[x]);
+  return bits == 0;
+}
+
+// For every sixteen columns of the grid, whether the image has anything in them. Images padded by zeros are the rule.
+std::vector<bool> find_filled(const float* image, Grid size, Grid grid) {
+  std::vector<bool> filled(static_cast<std::size_t>(grid.width / kColumns));
+  int32_t blank = (size.width + kColumns - 1) / kColumns;
+  for (int32_t y = 0; y < size.height && blank > 0; ++y, image += size.width) {
+    for (int32_t x = 0; x < size.width; x += kColumns) {
+      const auto group = static_cast<std::size_t>(x / kColumns);
+      if (filled[group]) continue;
+      const int32_t present = size.width - x;
+      if (present >= kColumns ? is_blank(image + x, kColumns) : is_blank(image + x, present)) continue;
+      filled[group] = true;
+      --blank;
+    }
+  }
+  return filled;
+}
+
+void put_columns(const float* image, Grid size, int32_t x, Columns& columns) {
+  const int32_t present = std::min(kColumns, size.width - x);
+  for (int32_t y = 0; y < size.height; ++y) {
+    const float* row = image + std::ptrdiff_t{y} * size.width + x;
+    if (present == kColumns) {
+      // The rows lie too far apart for the processor to foresee the next sixteen columns.
+      __builtin_prefetch(row + kColumns);
+      columns.put_row(y, row);
+    } else {
+      float partial[kColumns] = {};
+      std::copy_n(row, present, partial);
+      columns.put_row(y, partial);
+    }
+  }
+}
+
+void transform_columns(const float* image, Grid size, const std::vector<bool>& filled, Complex* spectrum, Grid grid) {
+  Columns columns(grid.height);
+  columns.clear_rows(size.height);
+  for (int32_t x = 0; x < grid.width; x += kColumns) {
+    if (!filled[static_cast<std::size_t>(x / kColumns)]) continue;
+    put_columns(image, size, x, columns);
+    columns.forward(spectrum + x, grid.width);
+  }
+}
+
+void clear_blanks(Complex* row, const std::vector<bool>& filled) {
+  for (std::size_t group = 0; group < filled.size(); ++group) {
+    if (!filled[group]) std::fill_n(row + group * kColumns, kColumns, Complex());
+  }
+}
+
+// The spectrum of a real image is conjugate at opposite frequencies.
+void mirror(const Complex* row, Complex* opposite, int32_t width) {
+  constexpr uint64_t kSignOfImaginary = uint64_t{1} << 63;
+  opposite[0] = std::conj(row[0]);
+  for (int32_t x = 1; x < width; ++x) {
+    opposite[x] = std::bit_cast<Complex>(std::bit_cast<uint64_t>(row[width - x]) ^ kSignOfImaginary);
+  }
+}
+
+}  // namespace
+
+void forward(const float* image, Grid size, std::complex<float>* spectrum, Grid grid) {
+  const auto rows = fourier::Transform<float>::of(grid.width);
+  if (rows == nullptr) throw std::bad_alloc();
+  const auto line = fourier::aligned_array<Complex>(static_cast<std::size_t>(grid.width));
+  const std::vector<bool> filled = find_filled(image, size, grid);
+  transform_columns(image, size, filled, spectrum, grid);
+  for (int32_t y = 0; y <= grid.height / 2; ++y) {
+    Complex* row = spectrum + std::ptrdiff_t{y} * grid.width;
+    clear_blanks(row, filled);
+    rows->forward(row, line.get());
+    std::copy_n(line.get(), grid.width, row);
+    const int32_t opposite = (grid.height - y) % grid.height;
+    if (opposite != y) mirror(line.get(), spectrum + std::ptrdiff_t{opposite} * grid.width, grid.width);
+  }
+}
+
+}  // namespace vlix::xform

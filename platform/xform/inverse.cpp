@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+// The real part of the inverse is the inverse of the spectrum's Hermitian part, (S(k) + conj S(-k)) / 2, of which half
+// the rows say everything.
+
+#include <algorithm>
+#include <cstddef>
+#include <new>
+
+#include "fourier/real_columns.h"
+#include "xform/spectrum.h"
+
+namespace vlix::xform {
+namespace {
+
+using Complex = std::complex<float>;
+using Columns = fourier::RealColumns<float>;
+constexpr int32_t kColumns = Columns::kColumns;
+
+// Twice the Hermitian part of one row, times half the scale.
+void hermitian_row(const Complex* row, const Complex* opposite, int32_t width, float half_scale, Complex* out) {
+  out[0] = (row[0] + std::conj(opposite[0])) * half_scale;
+  for (int32_t x = 1; x < width; ++x) out[x] = (row[x] + std::conj(opposite[width - x])) * half_scale;
+}
+
+// Transforms the upper half of the rows into `half`, whose rows are `stride` apart.
+void transform_rows(const Complex* spectrum, Grid grid, Complex* half, std::ptrdiff_t stride) {
+  const auto rows = fourier::Transform<float>::of(grid.width);
+  if (rows == nullptr) throw std::bad_alloc();
+  const auto line = fourier::aligned_array<Complex>(static_cast<std::size_t>(grid.width));
+  const auto half_scale = static_cast<float>(0.5 / (static_cast<double>(grid.width) * grid.height));
+  for (int32_t y = 0; y <= grid.height / 2; ++y) {
+    const int32_t opposite = (grid.height - y) % grid.height;
+    hermitian_row(spectrum + std::ptrdiff_t{y} * grid.width, spectrum + std::ptrdiff_t{opposite} * grid.width,
+                  grid.width, half_scale, line.get());
+    Complex* row = half + y * stride;
+    rows->inverse(line.get(), row);
+    std::fill(row + grid.width, row + stride, Complex());
+  }
+}
+
+void get_columns(const Columns& columns, float* image, Grid grid, int32_t x) {
+  const int32_t present = std::min(kColumns, grid.width - x);
+  for (int32_t y = 0; y < grid.height; ++y) {
+    float* row = image + std::ptrdiff_t{y} * grid.width + x;
+    if (present == kColumns) {
+      columns.get_row(y, row);
+    } else {
+      float whole[kColumns];
+      columns.get_row(y, whole);
+      std::copy_n(whole, present, row);
+    }
+  }
+}
+
+}  // namespace
+
+void inverse(const std::complex<float>* spectrum, Grid grid, float* image) {
+  Columns columns(grid.height);
+  const std::ptrdiff_t stride = (std::ptrdiff_t{grid.width} + kColumns - 1) / kColumns * kColumns;
+  const auto half = fourier::aligned_array<Complex>(static_cast<std::size_t>(columns.half_length() * stride));
+  transform_rows(spectrum, grid, half.get(), stride);
+  for (int32_t x = 0; x < grid.width; x += kColumns) {
+    columns.inverse(half.get() + x, stride);
+    get_columns(columns, image, grid, x);
+  }
+}
+
+}  // namespace vlix::xform
