@@ -14,8 +14,9 @@ namespace vlix::util {
 // A growing list of runs on the C heap, which a region can take over. Throws std::bad_alloc.
 class RunList {
  public:
-  // Runs come in order; what touches the run before it is joined to it.
+  // Runs come in order; what touches the run before it is joined to it, and an empty one adds nothing.
   void append(int32_t y, int32_t begin, int32_t end) {
+    if (begin >= end) return;
     VlixRun* const last = count_ == 0 ? nullptr : runs_.get() + (count_ - 1);
     if (last != nullptr && last->y == y && last->end == begin) {
       last->end = end;
