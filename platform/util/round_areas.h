@@ -38,10 +38,10 @@ class RowCuts {
   template <class Contains, class Emit>
   void each_run(Contains contains, Emit emit) {
     cuts_[count_++] = row_.end;
-    std::sort(cuts_.begin(), cuts_.begin() + count_);
-    for (std::ptrdiff_t i = 0; i + 1 < count_; ++i) {
-      const int32_t begin = cuts_[static_cast<std::size_t>(i)];
-      const int32_t end = cuts_[static_cast<std::size_t>(i) + 1];
+    std::sort(cuts_.data(), cuts_.data() + count_);
+    for (std::size_t i = 0; i + 1 < count_; ++i) {
+      const int32_t begin = cuts_[i];
+      const int32_t end = cuts_[i + 1];
       if (begin < end && contains(begin)) emit(begin, end);
     }
   }
@@ -49,7 +49,7 @@ class RowCuts {
  private:
   Span row_;
   std::array<int32_t, 40> cuts_;  // seven places at most, five cuts each, and both ends
-  std::ptrdiff_t count_ = 0;
+  std::size_t count_ = 0;
 };
 
 class EllipseArea {
