@@ -64,6 +64,28 @@ typedef enum VectorDiffOp {
 VLIX_API VlixStatus vlix_vectorDiff(const VlixVector* a, const VlixVector* b, double* result, int32_t op,
                                     int32_t normalise);
 
+/**
+ * Histogram of a monochrome image over a float range, counted by the utility library.
+ *
+ * nBins bins of equal width over [lo, hi]; VlixUtilComputeHistogram describes the bins, their edges and what it does
+ * not count.
+ *
+ * Reports, the first that applies: four-byte colours ("histogram: not supported for color images"), any other type that
+ * is not accepted, nBins < 1 ("histogram: invalid number of bins, must be greater than 0"), lo > hi ("histogram:
+ * invalid value range %g..%g"; equal bounds and NaN pass), counting failed ("histogram: failed, possibly caused by
+ * insufficient memory", also for bounds that are not finite).
+ *
+ * Cost: one pass.
+ *
+ * @param[in] image U8, S8, U16, S16 or F32; its region of interest is counted
+ * @param[out] hist made a PointF32 vector of nBins elements, x = lowest value of the bin, y = count; null: validate
+ * only
+ * @param[in] flag non-zero turns the counts into running sums
+ * @param[in] nBins number of bins, at least 1
+ * @param[in] lo lowest value
+ * @param[in] hi highest value, not below lo; it belongs to the last bin
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_histogram(const VlixImage* image, VlixVector* hist, int32_t flag, int32_t nBins, float lo,
                                    float hi);
 
@@ -73,6 +95,43 @@ VLIX_API VlixStatus vlix_histogramInt(const VlixImage* image, VlixVector* hist, 
 VLIX_API VlixStatus vlix_histogramIntColor(const VlixImage* image, VlixVector* hists, int32_t cumulative,
                                            const int32_t* nBins, const int32_t* lo, const int32_t* hi);
 
+/**
+ * Histogram of the pixels inside regions and shapes.
+ *
+ * The range is r = hi - lo truncated toward zero, plus 1 for integer pixels; a bin is w = r / nBins wide, and
+ * hist[i].x = lo + i * w. A pixel v is counted when L <= v <= H, where L and H are @p lo and @p hi, truncated toward
+ * zero for integer pixels; its bin is (v - L) / w truncated toward zero. Pixels whose bin lies outside the vector are
+ * dropped: v = hi of an F32 image (256 bins over 0 .. 255 have a width of 255 / 256), fractional limits on integer
+ * images, ranges r <= 0. NaN is never counted. Counts are 32-bit floats and stop at 2^24. A pixel that lies in several
+ * shapes is counted once for each.
+ *
+ * | @p roi | counts |
+ * | --- | --- |
+ * | #VlixVectorHandle, vector of Shape53 or Shape54 | each of its shapes in order |
+ * | #VlixRegionHandle of vlix/util.h | the region |
+ * | #VlixShapeHandle | one shape |
+ *
+ * Regions and shapes lie in coordinates relative to the region of interest, and what is outside of it is dropped. Only
+ * a #VlixShape_PixelRect is different: two opposite corners x0, y0, x1, y1 in whole-image coordinates, each rounded to
+ * floor(c + 0.5) and included, clipped to the whole image.
+ *
+ * Reports, the first that applies: type of @p image; kind of @p roi or, for a vector, its element type; out of memory
+ * (8 * nBins bytes as a 32-bit product; nBins < 0 ends here); "histRoi: failed scanning ROI"; "histRoi: failed
+ * rasterizing ROI", which also ends the counting and leaves what was counted, not accumulated. The range is not
+ * checked. No bins give an empty vector.
+ *
+ * Cost: one call per pixel of a region or shape; rectangles are counted in one pass without calls.
+ *
+ * @param[in] image U8, S8, U16, S16 or F32
+ * @param[in] roi the handle of a region, a shape or a vector of shapes
+ * @param[out] hist receives a new PointF32 vector of nBins elements, x = lowest value of the bin, y = count; what the
+ *   record held before is not released; null: validate only
+ * @param[in] cumulative non-zero turns the counts into running sums
+ * @param[in] nBins number of bins, not checked
+ * @param[in] lo lowest value, not checked
+ * @param[in] hi highest value, not checked
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_histRoi(const VlixImage* image, const VlixObj* roi, VlixVector* hist, int32_t cumulative,
                                  int32_t nBins, float lo, float hi);
 
@@ -171,7 +230,7 @@ VLIX_API VlixStatus vlix_smoothHistInt(const VlixVector* hist, VlixVector* smoot
 VLIX_API VlixStatus vlix_smoothHist_consume(VlixVector* hist, float width);
 
 /**
- * Smooths a integer histogram in place; the counts are those of vlix_smoothHistInt.
+ * Smooths an integer histogram in place; the counts are those of vlix_smoothHistInt.
  *
  * Reports: as vlix_smoothHistInt, then "smoothHist: cannot copy vector" when the temporary copy fails.
  *

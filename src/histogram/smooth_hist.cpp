@@ -9,6 +9,7 @@
 #include "frame/region.h"
 #include "frame/report.h"
 #include "frame/scratch.h"
+#include "frame/wrap.h"
 #include "histogram/moving_average.h"
 #include "vlix/meas.h"
 
@@ -35,15 +36,13 @@ struct Form<PointF32> {
 template <>
 struct Form<PointI32> {
   static constexpr ObjType kType = ObjType_PointI32;
-  static int32_t increment(const PointI32* points) {
-    return static_cast<int32_t>(static_cast<uint32_t>(points[1].x) - static_cast<uint32_t>(points[0].x));
-  }
+  static int32_t increment(const PointI32* points) { return wrap_subtract(points[1].x, points[0].x); }
   static VlixStatus report_increment(int32_t dx) {
     return report("smoothHist: histogram increment error (dx = %d)\n", dx);
   }
   static VlixStatus report_width(float width, int32_t n, int32_t dx) {
     return report("smoothHist: width %f, must be less than histogram range, %d\n", static_cast<double>(width),
-                  static_cast<int32_t>(static_cast<uint32_t>(n) * static_cast<uint32_t>(dx)));
+                  wrap_multiply(n, dx));
   }
 };
 
@@ -52,8 +51,7 @@ struct Form<PointI32> {
 int32_t window_length(float ratio) {
   const int32_t nearest = truncate_to_int32(std::floor(static_cast<double>(ratio) + 0.5));
   if (nearest % 2 != 0) return nearest;
-  const uint32_t step = ratio > static_cast<float>(nearest) ? 1u : ~0u;
-  return static_cast<int32_t>(static_cast<uint32_t>(nearest) + step);
+  return wrap_add(nearest, ratio > static_cast<float>(nearest) ? 1 : -1);
 }
 
 // Checks the histogram and the width; on success `length` is the window's number of elements, at most hist.count.

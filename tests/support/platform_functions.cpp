@@ -346,13 +346,21 @@ int32_t VlixUtilCastImage(const VlixImage* from, VlixImage* to, int32_t kind, in
 }
 
 int32_t VlixUtilScanRoi(void* context, void* region, VlixPixelRoutine routine) {
-  return watch("VlixUtilScanRoi", kFailed, FORWARD(VlixUtilScanRoi, context, region, routine), context, region,
-               routine);
+  const RecordingPlatform* platform = RecordingPlatform::recording();
+  const auto forward = [&] {
+    if (platform != nullptr && platform->scan_roi) return platform->scan_roi(context, region, routine);
+    return FORWARD(VlixUtilScanRoi, context, region, routine)();
+  };
+  return watch("VlixUtilScanRoi", kFailed, forward, context, region, routine);
 }
 
 int32_t VlixUtilRasterizeRoi(void* context, void* shape, VlixPixelRoutine routine) {
-  return watch("VlixUtilRasterizeRoi", kFailed, FORWARD(VlixUtilRasterizeRoi, context, shape, routine), context, shape,
-               routine);
+  const RecordingPlatform* platform = RecordingPlatform::recording();
+  const auto forward = [&] {
+    if (platform != nullptr && platform->rasterize_roi) return platform->rasterize_roi(context, shape, routine);
+    return FORWARD(VlixUtilRasterizeRoi, context, shape, routine)();
+  };
+  return watch("VlixUtilRasterizeRoi", kFailed, forward, context, shape, routine);
 }
 
 int32_t vlix_fft(const VlixImage* from, VlixImage* to, int32_t direction, int32_t reserved, int32_t realOutput) {

@@ -56,6 +56,10 @@ class RecordingPlatform {
   Margins output_margins;
   // Stands in for vlix_fft.
   std::function<int32_t(const VlixImage*, VlixImage*, int32_t direction, int32_t reserved, int32_t real_output)> fft;
+  // Stand in for VlixUtilScanRoi and VlixUtilRasterizeRoi.
+  using Scanner = std::function<int32_t(void* context, void* region_or_shape, VlixPixelRoutine)>;
+  Scanner scan_roi;
+  Scanner rasterize_roi;
 
   // Makes the nth call (1 = the next one) of a function fail with its failure value or with this one.
   void fail(const std::string& function, int nth = 1, std::optional<int32_t> result = {});
