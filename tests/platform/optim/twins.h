@@ -73,14 +73,21 @@ struct MomentsTwin<float> {
   }
 };
 
+// `count` levels, evenly spaced from `lower` to `upper`.
+struct Levels {
+  int32_t count, lower, upper;
+};
+
 struct HistogramTwin {
   std::vector<int32_t> counts;
   std::vector<int32_t> levels;
 
   template <class Pixel>
-  HistogramTwin(const std::vector<Pixel>& pixels, int64_t level_count, int64_t lower, int64_t upper) {
-    for (int64_t i = 0; i < level_count; ++i) {
-      levels.push_back(static_cast<int32_t>(lower + i * (upper - lower) / (level_count - 1)));
+  HistogramTwin(const std::vector<Pixel>& pixels, Levels asked) {
+    const int64_t lower = asked.lower;
+    const int64_t upper = asked.upper;
+    for (int64_t i = 0; i < asked.count; ++i) {
+      levels.push_back(static_cast<int32_t>(lower + i * (upper - lower) / (asked.count - 1)));
     }
     counts.resize(levels.size() - 1);
     for (const int64_t v : pixels) {
