@@ -200,6 +200,7 @@ constexpr int64_t kBoard = 84;
 
 Sample marks() {
   constexpr int64_t kSigma = kLevel * 3 / 2;
+  constexpr Light kLight = {12, -8, 100};
   const std::vector<std::array<int32_t, 2>> places = {{17, 22}, {143, 11}, {80, 88}, {201, 97}, {26, 141}};
   const std::vector<Circle> others = {circle(100.5, 40.25, 27.5), circle(217.75, 38.5, 31.0),
                                       circle(160.25, 150.75, 40.5), circle(38.0, 100.25, 22.25)};
@@ -208,10 +209,11 @@ Sample marks() {
       canvas, [&](Point p) { return is_in_any(others, p); }, 160);
   for (const auto& [left, top] : places) paint_mark(canvas, left, top);
   blur(canvas);
-  shine(canvas, Light{12, -8, 100});
+  shine(canvas, kLight);
   add_noise(canvas, kSigma, 7);
   const Json truth = {{"description", "marks to be found with mark.png; places are those of its upper left pixel"},
                       {"template", "mark.png"},
+                      {"light", json_of(kLight, canvas)},
                       {"noiseSigma", 1.5},
                       {"places", places}};
   return {"marks.png", canvas.width, canvas.height, Pixels::kU8, levels(canvas, 255), 1, truth};
