@@ -105,6 +105,7 @@ std::vector<std::string> RecordingPlatform::live_buffers() const {
 void RecordingPlatform::clear() {
   calls_.clear();
   reports_.clear();
+  calls_before_reports_.clear();
   failures_.clear();
   buffers_.clear();
   HeapWatch::reset();

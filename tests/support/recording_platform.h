@@ -78,6 +78,8 @@ class RecordingPlatform {
   const std::vector<std::string>& calls() const { return calls_; }
   std::vector<std::string> calls_of(const std::string& function) const;
   const std::vector<Report>& reports() const { return reports_; }
+  // How many calls came before each report.
+  const std::vector<std::size_t>& calls_before_reports() const { return calls_before_reports_; }
   // Buffers that recorded calls obtained through records and did not release, by the call that made them.
   std::vector<std::string> live_buffers() const;
   // Heap blocks of the module: sizes asked for in order, and how many are not freed yet.
@@ -89,7 +91,10 @@ class RecordingPlatform {
   // For the platform functions of the test program.
   std::string render(const void* p) const;
   void record_call(const std::string& function, const std::string& arguments);
-  void record_report(Report report) { reports_.push_back(std::move(report)); }
+  void record_report(Report report) {
+    reports_.push_back(std::move(report));
+    calls_before_reports_.push_back(calls_.size());
+  }
   std::optional<std::optional<int32_t>> take_failure(const std::string& function);
   void note_buffer(const void* data, const std::string& maker);
   void note_release(const void* data);
@@ -114,6 +119,7 @@ class RecordingPlatform {
   std::vector<Name> names_;
   std::vector<std::string> calls_;
   std::vector<Report> reports_;
+  std::vector<std::size_t> calls_before_reports_;
   std::map<std::string, std::vector<Failure>> failures_;
   std::map<const void*, std::string> buffers_;
 };
