@@ -270,10 +270,99 @@ VLIX_API VlixStatus vlix_background_assignF32(const VlixImage* image, void* pVal
 /** @name Matching */
 /** @{ */
 
+/**
+ * Normalised cross-correlation of a template with all of its placements in a target.
+ *
+ * dst(x, y) is Pearson's correlation coefficient of the template and the patch of the target under it, the patch's
+ * first pixel being (x, y) of the target's region: 1 for a patch that is the template up to gain and offset, -1 for its
+ * negative, 0 where the patch or the template is flat. With N pixels and sums S over them, i of the patch and t of the
+ * template,
+ *
+ *     dst = (N * Sit - Si * St) / sqrt((N * Sii - Si * Si) * (N * Stt - St * St)).
+ *
+ * At level 0 this is computed as it stands in double, each sum in memory order, then rounded to a float; 0 where the
+ * radicand is not positive. For integer pixels that is exact up to the last rounding; float pixels whose spread is
+ * small against their magnitude lose digits in the differences. Otherwise the primitives of the primitives library
+ * compute the coefficient in their own, more accurate way.
+ *
+ * | level | types | images that are read |
+ * | --- | --- | --- |
+ * | not 0 | equal, but not S16 | the inputs, by the primitive of their type |
+ * | not 0 | others | float copies of what is not F32, by the primitive for F32. The copies are never released. |
+ * | 0 | any | float copies of what is not F32 |
+ *
+ * Callers with mixed types or S16 do better to convert once with VlixUtilCastImage.
+ *
+ * Reports, the first that applies: @p dst is @p target ("nxcorr: destination image should be different than source
+ * image"), type of @p target, "nxcorr: failed casting target to float image", type of @p templateIm (the target's copy
+ * is then not released), "nxcorr: failed casting template to float image", and, at level 0 only, "nxcorr: template is
+ * larger than target". The type of the template is not looked at where both types are equal and the level is not 0. A
+ * primitive that fails is not reported: the result is 1. With equal types a template that is too large fails in the
+ * shaping of @p dst, with float copies in the primitive.
+ *
+ * Cost: at level 0 one multiplication per pixel of the template and placement for integers of at most 16 bits, two with
+ * more additions for floats; the primitives choose between direct sums and transforms.
+ *
+ * Method: Lewis, Fast Normalized Cross-Correlation, 1995.
+ *
+ * @param[in] target U8, S8, U16, S16 or F32, W x H pixels
+ * @param[in] templateIm any of these types, w x h pixels
+ * @param[out] dst made an F32 image of (W - w + 1) x (H - h + 1) pixels; null: validate only, at level 0 only
+ * @return 0, the status of the report, 1 when a primitive fails, or the result of the object library when @p dst cannot
+ *   be shaped
+ */
 VLIX_API VlixStatus vlix_nxcorr(const VlixImage* target, const VlixImage* templateIm, VlixImage* dst);
 
+/**
+ * Sum of absolute differences of a template over all of its placements in a target.
+ *
+ * dst(x, y) = min(65535, sum over u, v of abs(template(u, v) - target(x + u, y + v))), coordinates relative to the
+ * regions: 0 for an identical patch. Integers are widened before the difference. With an F32 image on either side the
+ * difference is formed in floats and each one truncated toward zero: differences below 1 add nothing; NaN and what does
+ * not fit 32 bits add 2147483648. The sum is taken modulo 2^32 and limited to 65535 once.
+ *
+ * Reports, the first that applies: @p dst is @p target ("sod: destination image should be different than source
+ * image"), type of @p target, type of @p templateIm, "sod: templateIm is larger than target".
+ *
+ * Cost: one difference per pixel of the template and placement. At level 0, pairs of U8 images use packed absolute
+ * differences (AVX-512, AVX2 or SSE2), all other pairs a vectorised loop of their own. At other levels pairs of U8
+ * images call two primitives for each placement, which is much slower and gives the same scores while the sums stay
+ * below 2^32.
+ *
+ * @param[in] target U8, S8, U16, S16 or F32, W x H pixels
+ * @param[in] templateIm any of these types, w x h pixels
+ * @param[out] dst made a U16 image of (W - w + 1) x (H - h + 1) pixels; null: validate only
+ * @return 0, the status of the report, or the result of the object library when @p dst cannot be shaped
+ */
 VLIX_API VlixStatus vlix_sod(const VlixImage* target, const VlixImage* templateIm, VlixImage* dst);
 
+/**
+ * Cross-correlation of an image with a pattern, through the Fourier transform.
+ *
+ * dst(x, y) = sum over u, v of image2(u, v) * image1(x + u - w / 2, y + v - h / 2) / (W * H): the pattern's pixel
+ * (w / 2, h / 2), halves rounded down, lies on pixel (x, y). W x H is the region of @p image1, w x h that of @p image2;
+ * coordinates are relative to the regions. image1 is 0 outside of its region: scores near the border see part of the
+ * pattern only. The pattern may be larger than the image.
+ *
+ * Pixels enter the transform exactly. The spectra are multiplied in double and rounded to floats; the transform works
+ * in floats, so that an error is relative to the largest scores and not to each of them. The optimisation level changes
+ * nothing.
+ *
+ * Reports, the first that applies: type of @p image1, type of @p image2, out of memory (bytes of the padded image of
+ * (W + w - 1) x (H + h - 1) floats, their number as a 32-bit product), "xCorr: failed transforming image 1", "xCorr:
+ * failed transforming image 2", "xCorr: failed inverse transforming image". An output that cannot be shaped is reported
+ * by the object library under "crossCorr".
+ *
+ * Cost: three transforms of the padded size, which the transform library may enlarge; at most one real and two complex
+ * grids are in memory.
+ *
+ * Method: convolution theorem; Gonzalez and Woods, Digital Image Processing, frequency domain filtering.
+ *
+ * @param[in] image1 U8, S8, U16, S16 or F32
+ * @param[in] image2 pattern, any of these types and any size
+ * @param[out] dst made an F32 image of W x H pixels; may be one of the inputs; null: validate only
+ * @return 0, the status of the report, or the result of the object library when @p dst cannot be shaped
+ */
 VLIX_API VlixStatus vlix_xCorr(const VlixImage* image1, const VlixImage* image2, VlixImage* dst);
 
 /** @} */
