@@ -370,8 +370,51 @@ VLIX_API VlixStatus vlix_xCorr(const VlixImage* image1, const VlixImage* image2,
 /** @name Profiles, path sampling and fits */
 /** @{ */
 
+/**
+ * Row and column sums of a region as 32-bit floats.
+ *
+ * rows[y] = sum of v(x, y) over the columns x, columns[x] = sum of v(x, y) over the rows y, both counted from the
+ * region's first row and column; v is the pixel value. Float pixels first lose their fraction (2.9 adds 2, -1.7 adds
+ * -1; what does not fit 32 bits, and NaN, adds -2147483648).
+ *
+ * Each sum is a running 32-bit float in increasing x or y, hence rounded once it exceeds 2^24. Only U8 images that are
+ * summed as a whole, at least 5 columns wide and at a level other than 0, have exact 32-bit unsigned sums that are
+ * converted once at the end. There the column sums need one block of memory; when it cannot be had they stay 0 without a
+ * report. A region without rows gives columns of 0, and the other way round.
+ *
+ * Reports, the first that applies: type of @p image (also when both outputs are null), out of memory for the buffer of
+ * row pairs, then of column pairs (4 bytes per entry). A failure releases the output vectors whose memory this call
+ * obtained.
+ *
+ * Cost: one pass over the pixels; pairs cost a buffer of 4 bytes per entry.
+ *
+ * @param[in] image U8, S8, U16, S16 or F32
+ * @param[out] rowProj made a vector of roiHeight F32 sums, or PointF32 pairs (index, sum); null: not wanted
+ * @param[out] colProj made a vector of roiWidth F32 sums or PointF32 pairs; null: not wanted
+ * @param[in] asPoints non-zero: pairs instead of bare sums
+ * @return 0, 1 when an output cannot be obtained, or the status of the report
+ */
 VLIX_API VlixStatus vlix_projection(const VlixImage* image, VlixVector* rowProj, VlixVector* colProj, int32_t asPoints);
 
+/**
+ * Row and column sums of a region of integer pixels as 32-bit integers.
+ *
+ * rows[y] = sum of v(x, y) over the columns x, columns[x] = sum of v(x, y) over the rows y, both counted from the
+ * region's first row and column; sums wrap modulo 2^32. At a level other than 0 the column sums of U8 images need one
+ * block of memory; when it cannot be had they stay 0 without a report.
+ *
+ * Reports, the first that applies: type of @p image (under the name "projection", also when both outputs are null), out
+ * of memory for the buffer of row pairs ("projectionInt"), then of column pairs ("projection"). A failure releases the
+ * output vectors whose memory this call obtained.
+ *
+ * Cost: one pass over the pixels; pairs cost a buffer of 4 bytes per entry.
+ *
+ * @param[in] image U8, S8, U16 or S16
+ * @param[out] rowProj made a vector of roiHeight S32 sums, or PointI32 pairs (index, sum); null: not wanted
+ * @param[out] colProj made a vector of roiWidth S32 sums or PointI32 pairs; null: not wanted
+ * @param[in] asPoints non-zero: pairs instead of bare sums
+ * @return 0, 1 when an output cannot be obtained, or the status of the report
+ */
 VLIX_API VlixStatus vlix_projectionInt(const VlixImage* image, VlixVector* rowProj, VlixVector* colProj,
                                        int32_t asPoints);
 
