@@ -89,9 +89,70 @@ VLIX_API VlixStatus vlix_vectorDiff(const VlixVector* a, const VlixVector* b, do
 VLIX_API VlixStatus vlix_histogram(const VlixImage* image, VlixVector* hist, int32_t flag, int32_t nBins, float lo,
                                    float hi);
 
+/**
+ * Histogram of an integer image over evenly spaced integer bins.
+ *
+ * A bin is w = (hi - lo + 1) / nBins values wide, hist[i].x = lo + i * w, and hist[i].y is the number of pixels in
+ * x .. x + w - 1. Pixels outside lo .. hi are not counted. The range is computed in 32 bits: one of more than 2^31 - 1
+ * values wraps, and values that then have no bin are not counted.
+ *
+ * With the optimisation level above 0 a primitive counts U8, U16 and S16 images. At level 0, for S8 images, and when
+ * the primitive fails (which is reported; the result is computed all the same and 0 returned), the bin of a value v is
+ * the 32-bit float product (v - lo) * (1 / w) truncated toward zero: for widths that are no power of two it can fall
+ * short of a bin's lowest value by rounding, which then counts in the bin before. A product that reaches nBins counts
+ * in the last bin.
+ *
+ * Reports, the first that applies: four-byte colours ("histogram: not supported for color images"), any other type that
+ * is not accepted (under the name "histogram"), hi < lo ("histogram: invalid value range %g..%g", to which the two
+ * 32-bit integers are passed as they are: front ends check the range themselves), nBins < 1 ("histogram: invalid number
+ * of bins, must be greater than 0"), bins that do not divide the range ("histogram: invalid number of bins, must be a
+ * divisor of %d"). An output that cannot be obtained is reported by the object library; the result is then 1. While
+ * counting: out of memory, or "histogram: error computing histogram".
+ *
+ * Cost: one pass.
+ *
+ * @param[in] image U8, S8, U16 or S16; its region of interest is counted
+ * @param[out] hist made a PointI32 vector of nBins elements, x = lowest value of the bin, y = count; null: validate
+ * only
+ * @param[in] cumulative non-zero turns the counts into running sums
+ * @param[in] nBins number of bins, at least 1, a divisor of hi - lo + 1
+ * @param[in] lo lowest value
+ * @param[in] hi highest value, not below lo
+ * @return 0, 1 or the status of the report
+ */
 VLIX_API VlixStatus vlix_histogramInt(const VlixImage* image, VlixVector* hist, int32_t cumulative, int32_t nBins,
                                       int32_t lo, int32_t hi);
 
+/**
+ * Integer histograms of the three channels of a colour image.
+ *
+ * Channel c has nBins[c] bins of w = (hi[c] - lo[c] + 1) / nBins[c] values; hists[c][i].y is the number of pixels whose
+ * channel c lies in lo[c] + i * w .. lo[c] + (i + 1) * w - 1. The x of bin i, however, is lo[i] + i * w, with @p lo
+ * indexed by the bin and not by the channel: @p lo therefore has an entry for each bin of the longest histogram (at
+ * least three), and a caller who wants true bin values computes them from lo[c].
+ *
+ * A primitive counts; there is no other path.
+ *
+ * Reports, the first that applies: type; for each channel in turn hi < lo ("histogram: invalid value range %g..%g",
+ * with the two 32-bit integers as they are) and nBins < 1 ("histogram: invalid number of bins, must be greater than
+ * 0"); for each channel bins that do not divide the range ("histogram: invalid number of bins, must be a divisor of
+ * %d"). An output that cannot be obtained is reported by the object library: the earlier channels are released and the
+ * result is
+ * 1. Then: optimisation level 0 ("histogram: only works with IPP support"); out of memory or "histogram: error
+ * computing histogram", each followed by a second report "histogram: color supported only on x86 or x64 platform",
+ * whose status is returned. After these the outputs hold x and counts of 0.
+ *
+ * Cost: one pass.
+ *
+ * @param[in] image Rgba8; its region of interest is counted, byte 3 of the pixels is ignored
+ * @param[out] hists three vectors one after the other, each made a PointI32 vector of nBins[c] elements; null: validate
+ *   only
+ * @param[in] cumulative non-zero turns the counts into running sums
+ * @param[in] nBins number of bins of each channel, three entries
+ * @param[in] lo lowest value of each channel, max(3, nBins[0], nBins[1], nBins[2]) entries
+ * @param[in] hi highest value of each channel, three entries
+ * @return 0, 1 or the status of the report
+ */
 VLIX_API VlixStatus vlix_histogramIntColor(const VlixImage* image, VlixVector* hists, int32_t cumulative,
                                            const int32_t* nBins, const int32_t* lo, const int32_t* hi);
 

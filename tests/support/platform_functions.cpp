@@ -253,9 +253,12 @@ HISTOGRAM_EVEN(16s_C1R, int16_t)
 
 int32_t vlix_ippiHistogramEven_8u_AC4R(const uint8_t* src, int32_t step, VlixSize size, int32_t** counts,
                                        int32_t** levels, int32_t* nLevels, int32_t* lower, int32_t* upper) {
-  std::ostringstream channels;
-  for (int c = 0; c < 3; ++c) channels << "[" << nLevels[c] << " " << lower[c] << " " << upper[c] << "]";
-  const std::string text = channels.str();
+  const std::string text = [&] {
+    const HeapWatch::Suspend suspend;
+    std::ostringstream channels;
+    for (int c = 0; c < 3; ++c) channels << "[" << nLevels[c] << " " << lower[c] << " " << upper[c] << "]";
+    return channels.str();
+  }();
   return watch("vlix_ippiHistogramEven_8u_AC4R", kFailed,
                FORWARD(vlix_ippiHistogramEven_8u_AC4R, src, step, size, counts, levels, nLevels, lower, upper), src,
                step, size, text);
