@@ -440,8 +440,8 @@ VLIX_API VlixStatus vlix_xCorr(const VlixImage* image1, const VlixImage* image2,
  *
  * Each sum is a running 32-bit float in increasing x or y, hence rounded once it exceeds 2^24. Only U8 images that are
  * summed as a whole, at least 5 columns wide and at a level other than 0, have exact 32-bit unsigned sums that are
- * converted once at the end. There the column sums need one block of memory; when it cannot be had they stay 0 without a
- * report. A region without rows gives columns of 0, and the other way round.
+ * converted once at the end. There the column sums need one block of memory; when it cannot be had they stay 0 without
+ * a report. A region without rows gives columns of 0, and the other way round.
  *
  * Reports, the first that applies: type of @p image (also when both outputs are null), out of memory for the buffer of
  * row pairs, then of column pairs (4 bytes per entry). A failure releases the output vectors whose memory this call
