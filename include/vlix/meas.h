@@ -479,12 +479,81 @@ VLIX_API VlixStatus vlix_projection(const VlixImage* image, VlixVector* rowProj,
 VLIX_API VlixStatus vlix_projectionInt(const VlixImage* image, VlixVector* rowProj, VlixVector* colProj,
                                        int32_t asPoints);
 
+/**
+ * Reads the image at one point.
+ *
+ * Mode 0 takes the nearest pixel, where exactly one half goes up. Mode 1 is bilinear in 32-bit floats: with the pixels
+ * a, b above and c, d below the point and its position (fx, fy) between them,
+ * ((1 - fx) a + fx b) (1 - fy) + ((1 - fx) c + fx d) fy.
+ *
+ * Reports, the first that applies: a point outside of the region of interest, whose last column and row count as inside
+ * ("samplepath: point(%f,%f) out of image ROI"); another mode ("samplepath_point: interpolation mode not suppported");
+ * a type without kernel ("samplepath_point: image format not suppported"). A status channel whose value is 0 lets
+ * processing go on after the first two. Where there is no pixel then, and for NaN coordinates, the result is NaN.
+ *
+ * @param[in] image U8, S8, U16, S16, F32, or four-byte colour (Rgba8, Colour20, Colour21, Colour30)
+ * @param[in] point column and row in image coordinates, not relative to the region
+ * @param[out] result one value; for colour three, channels 2, 1, 0; null: validate only
+ * @param[in] mode 0 = nearest, 1 = bilinear
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_samplepath_point(const VlixImage* image, PointF32 point, float* result, int32_t mode);
 
+/**
+ * Reads the image along a poly-line in steps of equal arc length.
+ *
+ * With the length L of the path, N = trunc(L / spacing) + 1 samples are taken, and the last vertex itself as one more
+ * where the fraction of L / spacing is at least one half. Steps run on from segment to segment. A sample outside of the
+ * image leaves no entry; entries that no sample filled are 0. Lengths and positions are 32-bit floats.
+ *
+ * Where the samples of the second and later segments begin is counted up to the number of elements that @p values has
+ * on entry (kept on purpose): hand over a vector of at least N elements, for instance by calling twice. A path of one
+ * segment needs none.
+ *
+ * With an invalid value, pixels of that value are stepped around: mode 0 takes the nearest corner that is valid; mode 1
+ * interpolates between four valid corners, linearly on the triangle of three of them where the point lies in it, else
+ * as mode 0. In mode 0 exactly one half goes down then (kept on purpose). A NaN is never an invalid value.
+ *
+ * Reports: the first vertex outside of the region of interest ("samplepath: point(%f,%f) out of image ROI"), else a
+ * spacing <= 0 ("samplepath_lines: sampleSpacing must be positive"), else another mode ("samplepath_lines:
+ * interpolation mode not suppported"); then, whether or not one of these was reported, an invalid value for a colour
+ * image
+ * ("samplepath_lines: invalid value is not implemented for color images") or of another type than the image's
+ * ("samplepath_lines: the provided invalid value type must match the image type"); then no memory, or no vertex
+ * ("samplepath_lines: not enough memory"); then, with the outputs shaped and cleared, a type without kernel
+ * ("samplepath_lines: image format not suppported"). A failure to shape an output returns the object library's value.
+ *
+ * Cost: two passes over the samples; two heap blocks of four bytes per segment.
+ *
+ * @param[in] image as for vlix_samplepath_point
+ * @param[in] path vector of PointF32 in image coordinates, at least one vertex; its type is not tested
+ * @param[in,out] values made an F32 vector of N elements, for colour 3 N, channels 2, 1, 0 of each sample; its count on
+ *   entry matters, see above; null: validate only
+ * @param[out] positions made a PointF32 vector of N elements, where each sample was taken; may be null
+ * @param[out] numSamples N; may be null
+ * @param[in] sampleSpacing distance of two samples in pixels, greater than 0
+ * @param[in] mode 0 = nearest, 1 = bilinear
+ * @param[in] invalidValue a VlixInvalidValue of the image's type, for monochrome images; may be null
+ * @return 0, the status of the report, or what the object library returned
+ */
 VLIX_API VlixStatus vlix_samplepath_lines(const VlixImage* image, const VlixVector* path, VlixVector* values,
                                           VlixVector* positions, int32_t* numSamples, float sampleSpacing, int32_t mode,
                                           const VlixObj* invalidValue);
 
+/**
+ * Reads the image along one line: vlix_samplepath_lines with the path from @p start to @p end.
+ *
+ * @param[in] image as for vlix_samplepath_point
+ * @param[in] start first vertex, in image coordinates
+ * @param[in] end last vertex
+ * @param[out] values made an F32 vector; null: validate only
+ * @param[out] positions made a PointF32 vector; may be null
+ * @param[out] numSamples number of samples; may be null
+ * @param[in] sampleSpacing distance of two samples in pixels, greater than 0
+ * @param[in] mode 0 = nearest, 1 = bilinear
+ * @param[in] invalidValue as for vlix_samplepath_lines; may be null
+ * @return as vlix_samplepath_lines
+ */
 VLIX_API VlixStatus vlix_samplepath_line(const VlixImage* image, PointF32 start, PointF32 end, VlixVector* values,
                                          VlixVector* positions, int32_t* numSamples, float sampleSpacing, int32_t mode,
                                          const VlixObj* invalidValue);
