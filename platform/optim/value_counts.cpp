@@ -295,7 +295,7 @@ WordBins::WordBins(uint16_t first_value, uint16_t span_of_values, uint16_t offse
     : first(first_value), span(span_of_values), offset(offset_in_bin) {
   // Wider bins than 2^16 give 0 for every dividend as this one does.
   const uint32_t divisor = std::min<uint32_t>(width, kWordValues);
-  const int bits = std::bit_width(divisor - 1);
+  const auto bits = static_cast<int>(std::bit_width(divisor - 1));
   multiplier = static_cast<uint16_t>(kWordValues * ((uint64_t{1} << bits) - divisor) / divisor + 1);
   shift_before = std::min(bits, 1);
   shift_after = std::max(bits - 1, 0);

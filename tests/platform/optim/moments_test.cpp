@@ -114,16 +114,27 @@ TEST_P(MomentsAt, BytesEqualTheTwinForEveryShape) {
   });
 }
 
-// One row: 4 million squares of 255 overflow 32 bits sixty times over, and a lane's share many times.
+// Half of the pixels at each end of the type, neighbours apart: what overflows would be missing in the deviation. The
+// row is long enough for 2^32 in one of 16 32-bit lanes, twice.
 TEST_P(MomentsAt, LongRowsOfExtremesDoNotOverflow) {
-  constexpr int32_t kWidth = 4200001;
-  const Region<uint8_t> high(kWidth, 1, 0, Fill::kHighest, 0);
-  EXPECT_EQ(Moments(high).mean, 255.0);
-  EXPECT_EQ(Moments(high).deviation, 0.0);
-  EXPECT_EQ(sum_of(high), 255.0 * kWidth);
-  const Region<int8_t> low(kWidth, 1, 0, Fill::kLowest, 0);
-  EXPECT_EQ(Moments(low).mean, -128.0);
-  EXPECT_EQ(Moments(low).deviation, 0.0);
+  constexpr int32_t kWidth = 8600000;
+  static_assert(int64_t{kWidth} / 64 * 255 * 255 > int64_t{2} << 32);
+  std::vector<uint8_t> values(kWidth);
+  for (std::size_t i = 0; i < values.size(); i += 2) values[i] = 255;
+  const Region<uint8_t> region(kWidth, 1, 0, values);
+  EXPECT_EQ(Moments(region).mean, 127.5);
+  EXPECT_EQ(Moments(region).deviation, 127.5);
+  EXPECT_EQ(sum_of(region), 127.5 * kWidth);
+  double mean = 0.0;
+  double deviation = 0.0;
+  const auto* low = reinterpret_cast<const int8_t*>(region.data());
+  for (std::size_t i = 0; i < values.size(); i += 2) {
+    region.data()[i] = 0x80;
+    region.data()[i + 1] = 0x7F;
+  }
+  EXPECT_EQ(mean_deviation(low, region.step, region.size, &mean, &deviation), 0);
+  EXPECT_EQ(mean, -0.5);
+  EXPECT_EQ(deviation, 127.5);
 }
 
 TEST_P(MomentsAt, SumPasses32Bits) {
