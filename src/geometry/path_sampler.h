@@ -70,7 +70,6 @@ class PathSampler {
   float pass_segment(const Segment& s, float t, int32_t most, int32_t& m) const;
   int32_t sample_segment(int32_t k, const PointReader& reader, const Output& output) const;
 
-  const VlixImage& image_;
   const PointF32* vertices_;
   int32_t segment_count_;
   float spacing_;

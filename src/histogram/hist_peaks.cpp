@@ -85,7 +85,7 @@ VLIX_MULTIVERSION int32_t find_beginnings(const Point* hist, int32_t first, int3
     const auto before = static_cast<float>(at[i - 1].y);
     const auto v = static_cast<float>(at[i].y);
     const auto behind = static_cast<float>(at[i + 1].y);
-    flags[i] = better<kMaxima>(v, before) & !better<kMaxima>(behind, v);
+    flags[i] = (better<kMaxima>(v, before) ? 1 : 0) & (better<kMaxima>(behind, v) ? 0 : 1);
   }
   int32_t n = 0;
   for (int32_t i = 0; i < count; ++i) {
