@@ -13,6 +13,17 @@
 HWY_BEFORE_NAMESPACE();
 namespace vlix::optim::HWY_NAMESPACE {
 
+#if HWY_TARGET == HWY_SCALAR
+
+// dst may be a or b.
+void abs_diff_row(const uint8_t* a, const uint8_t* b, uint8_t* dst, std::size_t width) {
+  for (std::size_t x = 0; x < width; ++x) {
+    dst[x] = static_cast<uint8_t>(a[x] > b[x] ? a[x] - b[x] : b[x] - a[x]);
+  }
+}
+
+#else
+
 template <class V>
 HWY_INLINE V abs_diff(V a, V b) {
   return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
@@ -31,6 +42,8 @@ void abs_diff_row(const uint8_t* a, const uint8_t* b, uint8_t* dst, std::size_t 
   const auto difference = abs_diff(load_part(d, a + x, rest, uint8_t{0}), load_part(d, b + x, rest, uint8_t{0}));
   store_part(difference, d, dst + x, rest);
 }
+
+#endif
 
 void abs_diff_rows(Rows<const uint8_t> a, Rows<const uint8_t> b, Rows<uint8_t> dst) {
   for (std::size_t y = 0; y < dst.height; ++y) abs_diff_row(a.row(y), b.row(y), dst.row(y), dst.width);

@@ -28,11 +28,38 @@ struct Extremes {
 HWY_BEFORE_NAMESPACE();
 namespace vlix::optim::HWY_NAMESPACE {
 
+#if HWY_TARGET == HWY_SCALAR
+
+// Sixteen columns side by side, which the compiler turns into the vectors that every processor has.
+template <class Pixel>
+Extremes<Pixel> extremes(Rows<const Pixel> rows) {
+  constexpr std::size_t kColumns = 16;
+  Pixel min[kColumns];
+  Pixel max[kColumns];
+  std::fill(min, min + kColumns, rows.first[0]);
+  std::fill(max, max + kColumns, rows.first[0]);
+  const auto add = [&](const Pixel* pixels, std::size_t count) {
+    for (std::size_t k = 0; k < count; ++k) {
+      min[k] = pixels[k] < min[k] ? pixels[k] : min[k];
+      max[k] = pixels[k] > max[k] ? pixels[k] : max[k];
+    }
+  };
+  for (std::size_t y = 0; y < rows.height; ++y) {
+    const Pixel* row = rows.row(y);
+    std::size_t x = 0;
+    for (; x + kColumns <= rows.width; x += kColumns) add(row + x, kColumns);
+    add(row + x, rows.width - x);
+  }
+  return {*std::min_element(min, min + kColumns), *std::max_element(max, max + kColumns)};
+}
+
+#else
+
 // x < so_far ? x : so_far, and so_far also when either is not-a-number or both are zeros. The processor's minimum of
 // two floats is just that; elsewhere it must be spelled out.
 template <class D>
 HWY_INLINE hn::Vec<D> lesser(D, hn::Vec<D> x, hn::Vec<D> so_far) {
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
   return hn::Min(x, so_far);
 #else
   return hn::IfThenElse(hn::Lt(x, so_far), x, so_far);
@@ -40,7 +67,7 @@ HWY_INLINE hn::Vec<D> lesser(D, hn::Vec<D> x, hn::Vec<D> so_far) {
 }
 template <class D>
 HWY_INLINE hn::Vec<D> greater(D, hn::Vec<D> x, hn::Vec<D> so_far) {
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
   return hn::Max(x, so_far);
 #else
   return hn::IfThenElse(hn::Gt(x, so_far), x, so_far);
@@ -119,6 +146,8 @@ Extremes<Pixel> extremes(Rows<const Pixel> rows) {
   }
   return a.over_lanes();
 }
+
+#endif
 
 Extremes<uint8_t> extremes_8u(Rows<const uint8_t> rows) { return extremes(rows); }
 Extremes<float> extremes_32f(Rows<const float> rows) { return extremes(rows); }
