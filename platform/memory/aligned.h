@@ -20,9 +20,10 @@ inline void* allocate_aligned(std::size_t bytes) noexcept {
   if (bytes > kMost) return nullptr;
   const std::size_t alignment = bytes >= 2 * kHugePage ? kHugePage : kAlignment;
   const std::size_t capacity = (bytes + kAlignment - 1) / kAlignment * kAlignment;
-  void* memory = std::aligned_alloc(alignment, capacity);
+  void* memory = nullptr;
+  if (posix_memalign(&memory, alignment, capacity) != 0) return nullptr;
 #ifdef MADV_HUGEPAGE
-  if (memory != nullptr && alignment == kHugePage) madvise(memory, capacity, MADV_HUGEPAGE);
+  if (alignment == kHugePage) madvise(memory, capacity, MADV_HUGEPAGE);
 #endif
   return memory;
 }

@@ -37,7 +37,6 @@ class Bytes {
   int32_t integer(int32_t lo, int32_t hi) { return provider_.ConsumeIntegralInRange<int32_t>(lo, hi); }
   int32_t any_integer() { return provider_.ConsumeIntegral<int32_t>(); }
   bool coin() { return provider_.ConsumeBool(); }
-  bool is_empty() const { return provider_.remaining_bytes() == 0; }
   // Mostly small numbers, sometimes any bit pattern: NaN, infinities, denormals.
   float real() {
     if (integer(0, 7) == 0) {
