@@ -98,5 +98,6 @@ bool same(T a, T b) {
 // Each family builds one call of one of its exports, makes it through the platform, and compares result, reports and
 // outputs with what its twins expect.
 void call_vector_family(Bytes& bytes, RecordingPlatform& platform);
+void call_histogram_family(Bytes& bytes, RecordingPlatform& platform);
 
 }  // namespace vlix::fuzz

@@ -4,7 +4,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   using namespace vlix::fuzz;
-  constexpr void (*kFamilies[])(Bytes&, RecordingPlatform&) = {call_vector_family};
+  constexpr void (*kFamilies[])(Bytes&, RecordingPlatform&) = {call_vector_family, call_histogram_family};
   Bytes bytes(data, size);
   RecordingPlatform platform;
   platform.level = bytes.integer(0, 2);
