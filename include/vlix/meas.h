@@ -319,6 +319,41 @@ VLIX_API VlixStatus vlix_countPix(const VlixImage* image, uint32_t* pCount);
 
 VLIX_API VlixStatus vlix_countThreshPix(const VlixImage* image, uint32_t* pCount, int32_t low, int32_t high);
 
+/**
+ * Mean and sample variance of a moving window, for each pixel of the region of interest.
+ *
+ * The window of pixel (x, y) covers columns x - a .. x + kernelWidth - a - 1 with a = kernelWidth / 2 (integer
+ * division) and rows in the same way: it is centred for odd kernels and reaches one pixel further to the left and up
+ * for even ones. It is clipped at the region; c is the number of pixels that it then holds, T their sum and U their sum
+ * of squares:
+ *
+ *     mean = T / c      variance = (U - mean * c * mean) / (c - 1)      deviation = sqrt(variance)
+ *
+ * Everything is a 32-bit float, but for the last quotient and the root, which are taken of doubles and then rounded.
+ * Each column's sums slide down the region, each row's window slides along them, and every step first subtracts what
+ * leaves and then adds what enters: the rounding errors that add up along the way are part of the result, which does
+ * not depend on level or processor. Sums of integer pixels are exact while they stay below 2^24. Where rounding makes a
+ * variance negative, the deviation is not-a-number (and errno is EDOM); so are the variance and the deviation of a
+ * single pixel.
+ *
+ * Reports, in this order: unsupported type; "variance: kernel %dx%d, both dimensions must be greater than 0" unless
+ * both outputs are null; "variance: kernel width larger than ROI (max.: %d)" unless kernelWidth - kernelWidth / 2 is
+ * less than the region's width; "variance: kernel height larger than ROI (max.: %d)" in the same way (both print half
+ * the region's width); out of memory with the number of bytes. What shaping an output returns is returned; a mean image
+ * that was empty before is released when the variance image cannot be shaped.
+ *
+ * Cost: linear in the pixels, whatever the kernel; two floats for each column of the region and a pointer for each row
+ * of the kernel. The sliding sums are those of a box filter with running sums (McDonnell 1981).
+ *
+ * @param[in] image U8, S8, U16, S16 or F32
+ * @param[out] meanImage made an F32 image of the region's size, written at its own region of interest; null: not
+ * wanted. Neither output may be @p image or share its pixels
+ * @param[out] varImage made an F32 image in the same way; null: not wanted; both null: only the type is checked
+ * @param[in] stdDev 0 stores the variance, anything else the deviation
+ * @param[in] kernelWidth columns of the window, at least 1
+ * @param[in] kernelHeight rows of the window, at least 1
+ * @return 0, the status of the report or what shaping an output returned
+ */
 VLIX_API VlixStatus vlix_variance(const VlixImage* image, VlixImage* meanImage, VlixImage* varImage, int32_t stdDev,
                                   int32_t kernelWidth, int32_t kernelHeight);
 
