@@ -14,15 +14,16 @@ struct Circle {
   float diameter = 0.0f;
 };
 
+inline double half_diameter(const Circle& circle) { return static_cast<double>(circle.diameter / 2.0f); }
+
 // Points and centre are floats and so are their differences; the distance and what follows are doubles.
 inline double radial_error(PointF32 point, const Circle& circle) {
   const float dx = point.x - circle.centre.x;
   const float dy = point.y - circle.centre.y;
-  return std::fabs(std::hypot(static_cast<double>(dx), static_cast<double>(dy)) -
-                   static_cast<double>(circle.diameter / 2.0f));
+  return std::fabs(std::hypot(static_cast<double>(dx), static_cast<double>(dy)) - half_diameter(circle));
 }
 
-// Means over the points of a fit: of the coordinates, then of products of the distances u, v from them.
+// Means over the points of a fit: of the coordinates, then of products of the distances u, v from these means.
 template <class Number>
 struct CircleMoments {
   Number x, y;
@@ -30,10 +31,33 @@ struct CircleMoments {
   Number uuu, vvv, uvv, vuu;
 };
 
-// The least-squares circle of I. Kasa (1976) in centred coordinates: minimises the sum of (r^2 - R^2)^2.
+// Below this a moment or the determinant says that the points are collinear or all in one place.
 inline constexpr double kSmallestSpread = 1e-12;
 
-// False for points that are collinear or all in one place; the circle is then untouched.
+template <class Number>
+Number determinant(const CircleMoments<Number>& s) {
+  return s.uu * s.vv - s.uv * s.uv;
+}
+
+template <class Number>
+struct CircleSolution {
+  Number x, y, diameter;
+};
+
+// The algebraic least-squares circle (I. Kasa, 1976): the sum of (distance^2 - radius^2)^2 is smallest.
+template <class Number>
+CircleSolution<Number> solve(const CircleMoments<Number>& s, const Number& det) {
+  using std::sqrt;
+  const Number a = (s.uuu + s.uvv) * Number{0.5};
+  const Number b = (s.vvv + s.vuu) * Number{0.5};
+  const Number uc = (a * s.vv - b * s.uv) / det;
+  const Number vc = (b * s.uu - a * s.uv) / det;
+  const Number radius = sqrt(uc * uc + vc * vc + s.uu + s.vv);
+  return {uc + s.x, vc + s.y, Number{2.0} * radius};
+}
+
+// The definition: sums of doubles, one point after the other. False for points without a circle, which is then
+// untouched.
 bool fit_in_order(const PointF32* points, int32_t count, Circle& circle);
 
 }  // namespace vlix

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The definition of a circle fit: sums of doubles over the points, one after the other.
 
 #include <cmath>
 #include <initializer_list>
@@ -39,15 +38,10 @@ CircleMoments<double> moments_in_order(const PointF32* points, int32_t count) {
 
 bool fit_in_order(const PointF32* points, int32_t count, Circle& circle) {
   const CircleMoments<double> s = moments_in_order(points, count);
-  const double det = s.uu * s.vv - s.uv * s.uv;
+  const double det = determinant(s);
   if (s.uu < kSmallestSpread || s.vv < kSmallestSpread || std::fabs(det) < kSmallestSpread) return false;
-  const double a = (s.uuu + s.uvv) / 2.0;
-  const double b = (s.vvv + s.vuu) / 2.0;
-  const double uc = (a * s.vv - b * s.uv) / det;
-  const double vc = (b * s.uu - a * s.uv) / det;
-  const double radius = std::sqrt(uc * uc + vc * vc + s.uu + s.vv);
-  circle.centre = {static_cast<float>(uc + s.x), static_cast<float>(vc + s.y)};
-  circle.diameter = static_cast<float>(2.0 * radius);
+  const CircleSolution<double> solution = solve(s, det);
+  circle = {{static_cast<float>(solution.x), static_cast<float>(solution.y)}, static_cast<float>(solution.diameter)};
   return true;
 }
 

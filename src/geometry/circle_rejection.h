@@ -14,9 +14,9 @@ struct RejectionResult {
   bool all_fitted = false;  // false: a pass found no circle
 };
 
-// Fits count + 0 points, removes the point of the largest radial error (the first of equals, point 0 where no error is
-// above 0), and repeats until `discard` points are removed and the rest is fitted. The kept points are moved to the
-// front in their order; behind them remains what moving the later points down one place at each removal leaves.
+// Fits the points, removes the point of the largest radial error (the first of equals; the first of all where no error
+// is above 0), fits what is left, until `discard` points are removed. The kept points are moved to the front in their
+// order; behind them stays what moving the later points down one place at each removal leaves.
 RejectionResult fit_with_rejection(PointF32* points, int32_t count, int32_t discard);
 
 }  // namespace vlix

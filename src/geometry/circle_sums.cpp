@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "geometry/circle_sums.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "frame/multiversion.h"
+#include "geometry/enclosure.h"
+#include "geometry/lanes.h"
+
+namespace vlix {
+namespace {
+
+constexpr double kUnitRoundoff = 0x1p-53;
+// Covers the higher orders of n roundings, (1 + e)^n - 1 <= 1.000001 n e for n <= 2^31 + 2^13 and e = 2^-53, and the
+// few roundings of the bounds themselves.
+constexpr double kHigherOrders = 1.000001;
+
+// ---- Forming: four points side by side, x and y of a point in neighbouring lanes ----
+
+constexpr int32_t kPointsPerStep = 4;
+using Pairs = Lanes<double, 2 * kPointsPerStep>;
+using FloatPairs = Lanes<float, 2 * kPointsPerStep>;
+
+struct PairSums {
+  Pairs w = {}, ww = {}, wv = {}, www = {}, wwv = {};
+  Pairs largest = {};
+};
+
+VLIX_INLINE void add(PairSums& sums, const Pairs& w) {
+  const Pairs v = __builtin_shufflevector(w, w, 1, 0, 3, 2, 5, 4, 7, 6);
+  const Pairs ww = w * w;
+  sums.w += w;
+  sums.ww += ww;
+  sums.wv += w * v;
+  sums.www += ww * w;
+  sums.wwv += ww * v;
+  sums.largest = ww > sums.largest ? ww : sums.largest;
+}
+
+VLIX_INLINE double total(const Pairs& sums, int32_t axis) {
+  return (sums[axis] + sums[axis + 2]) + (sums[axis + 4] + sums[axis + 6]);
+}
+
+// Eleven roundings at most beside one addition for every four points: see kRoundingsOfForming.
+VLIX_MULTIVERSION void add_points(const PointF32* points, int32_t count, CircleSums& sums) {
+  const double x = sums.origin_x;
+  const double y = sums.origin_y;
+  const Pairs origin = {x, y, x, y, x, y, x, y};
+  PairSums lanes;
+  int32_t i = 0;
+  for (; i <= count - kPointsPerStep; i += kPointsPerStep) {
+    FloatPairs xy;
+    std::memcpy(&xy, points + i, sizeof(xy));
+    add(lanes, __builtin_convertvector(xy, Pairs) - origin);
+  }
+  if (i < count) {
+    Pairs w = {};
+    for (int32_t lane = 0; i + lane / 2 < count; lane += 2) {
+      w[lane] = static_cast<double>(points[i + lane / 2].x) - x;
+      w[lane + 1] = static_cast<double>(points[i + lane / 2].y) - y;
+    }
+    add(lanes, w);
+  }
+  sums.u = total(lanes.w, 0);
+  sums.v = total(lanes.w, 1);
+  sums.uu = total(lanes.ww, 0);
+  sums.vv = total(lanes.ww, 1);
+  sums.uv = total(lanes.wv, 0);
+  sums.uuu = total(lanes.www, 0);
+  sums.vvv = total(lanes.www, 1);
+  sums.vuu = total(lanes.wwv, 0);
+  sums.uvv = total(lanes.wwv, 1);
+  double largest = 0.0;
+  for (int32_t lane = 0; lane < 2 * kPointsPerStep; ++lane) largest = std::max(largest, lanes.largest[lane]);
+  sums.reach = std::sqrt(largest) * kHigherOrders;
+}
+
+constexpr double kRoundingsOfForming = 16.0;
+constexpr double kRoundingsOfARemoval = 8.0;
+
+// Anything near the mean of the points will do; a few samples give it.
+PointF32 typical_point(const PointF32* points, int32_t count) {
+  constexpr int32_t kSamples = 16;
+  double x = 0.0;
+  double y = 0.0;
+  for (int32_t s = 0; s < kSamples; ++s) {
+    const PointF32& p = points[int64_t{count} * s / kSamples];
+    x += static_cast<double>(p.x);
+    y += static_cast<double>(p.y);
+  }
+  return {static_cast<float>(x / kSamples), static_cast<float>(y / kSamples)};
+}
+
+// ---- Enclosing what the definition computes ----
+
+// The mean of one sum: every rounding in it is at most 2^-53 of `bound`, the sum of magnitudes.
+Enclosure mean_of(double sum, double bound, const CircleSums& sums) {
+  const double m = sums.count;
+  return Enclosure::around(sum / m, sums.roundings * kUnitRoundoff * kHigherOrders * bound / m);
+}
+
+void widen(Enclosure& number, double by) { number.radius = (number.radius + by) * Enclosure::kInflate; }
+
+// Moments about the means that the definition subtracts, p and q away from the origin of the sums. The definition's
+// mean of the coordinates is off by m additions and a division, its other means by m - 1 additions, at most five
+// roundings of each term and a division; a rounding is at most 2^-53 of the mean magnitude of the terms. With
+// w = max(|u|, |v|), |u^j v^k| <= w^2 <= u^2 + v^2 in the second order and w^3 <= max(w) (u^2 + v^2) in the third.
+CircleMoments<Enclosure> enclose_moments(const CircleSums& sums) {
+  const double unit = kUnitRoundoff * kHigherOrders * (sums.count + 8.0);
+  const double second = sums.spread * kHigherOrders;
+  const double third = second * sums.reach;
+  const Enclosure u = mean_of(sums.u, sums.first_order, sums);
+  const Enclosure v = mean_of(sums.v, sums.first_order, sums);
+  const Enclosure uu = mean_of(sums.uu, second, sums);
+  const Enclosure uv = mean_of(sums.uv, second, sums);
+  const Enclosure vv = mean_of(sums.vv, second, sums);
+
+  Enclosure p = u;
+  Enclosure q = v;
+  widen(p, unit * (std::fabs(sums.origin_x) + sums.reach));
+  widen(q, unit * (std::fabs(sums.origin_y) + sums.reach));
+  const Enclosure two{2.0};
+  const Enclosure three{3.0};
+  const Enclosure pp = p * p;
+  const Enclosure qq = q * q;
+  const Enclosure twice_pq = two * p * q;
+
+  CircleMoments<Enclosure> s;
+  s.x = Enclosure{sums.origin_x} + p;
+  s.y = Enclosure{sums.origin_y} + q;
+  s.uu = uu - p * (two * u - p);
+  s.vv = vv - q * (two * v - q);
+  s.uv = uv - p * v - q * (u - p);
+  s.uuu = mean_of(sums.uuu, third, sums) - three * p * uu + pp * (three * u - p);
+  s.vvv = mean_of(sums.vvv, third, sums) - three * q * vv + qq * (three * v - q);
+  s.vuu = mean_of(sums.vuu, third, sums) - q * uu - two * p * uv + twice_pq * u + pp * (v - q);
+  s.uvv = mean_of(sums.uvv, third, sums) - p * vv - two * q * uv + twice_pq * v + qq * (u - p);
+
+  const double spread = (s.uu + s.vv).high();
+  const double reach = sums.reach + std::max(p.magnitude(), q.magnitude());
+  for (Enclosure* moment : {&s.uu, &s.uv, &s.vv}) widen(*moment, unit * spread);
+  for (Enclosure* moment : {&s.uuu, &s.vvv, &s.uvv, &s.vuu}) widen(*moment, unit * spread * reach);
+  return s;
+}
+
+// Narrowing keeps the order of numbers, so that everything between two ends with one float has this float.
+bool narrow(const Enclosure& number, float& result) {
+  const auto low = static_cast<float>(number.low());
+  const auto high = static_cast<float>(number.high());
+  if (!(low == high) || std::signbit(low) != std::signbit(high)) return false;
+  result = low;
+  return true;
+}
+
+}  // namespace
+
+CircleSums form_circle_sums(const PointF32* points, int32_t count) {
+  CircleSums sums;
+  const PointF32 origin = typical_point(points, count);
+  sums.count = count;
+  sums.origin_x = static_cast<double>(origin.x);
+  sums.origin_y = static_cast<double>(origin.y);
+  add_points(points, count, sums);
+  sums.spread = sums.uu + sums.vv;
+  sums.first_order = sums.reach * count;
+  sums.roundings = count / kPointsPerStep + kRoundingsOfForming;
+  return sums;
+}
+
+// One subtraction, and five roundings of the term, each at most one 2^-53 of what bounds the sum.
+void remove_from(CircleSums& sums, PointF32 point) {
+  const double u = static_cast<double>(point.x) - sums.origin_x;
+  const double v = static_cast<double>(point.y) - sums.origin_y;
+  sums.u -= u;
+  sums.v -= v;
+  sums.uu -= u * u;
+  sums.uv -= u * v;
+  sums.vv -= v * v;
+  sums.uuu -= u * u * u;
+  sums.vvv -= v * v * v;
+  sums.uvv -= u * v * v;
+  sums.vuu -= u * u * v;
+  sums.roundings += kRoundingsOfARemoval;
+  --sums.count;
+}
+
+Fitted fit_from_sums(const CircleSums& sums, Circle& circle) {
+  const CircleMoments<Enclosure> s = enclose_moments(sums);
+  const Enclosure det = determinant(s);
+  constexpr double kLimit = kSmallestSpread;
+  if (s.uu.high() < kLimit || s.vv.high() < kLimit || det.magnitude() < kLimit) return Fitted::kNoCircle;
+  const bool has_circle =
+      s.uu.low() >= kLimit && s.vv.low() >= kLimit && (det.low() >= kLimit || det.high() <= -kLimit);
+  if (!has_circle) return Fitted::kUndecided;
+
+  const CircleSolution<Enclosure> solution = solve(s, det);
+  Circle result;
+  if (!narrow(solution.x, result.centre.x) || !narrow(solution.y, result.centre.y) ||
+      !narrow(solution.diameter, result.diameter)) {
+    return Fitted::kUndecided;
+  }
+  circle = result;
+  return Fitted::kCircle;
+}
+
+}  // namespace vlix

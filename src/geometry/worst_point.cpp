@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "geometry/worst_point.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "frame/multiversion.h"
+#include "geometry/lanes.h"
+
+namespace vlix {
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// The square of a difference of floats is exact in double, their sum q is off by 2^-53 of itself, and a hypot within
+// two units in the last place by 2^-51; so sqrt(q) and the distance of radial_error differ by less than 2^-50 of the
+// distance, and the errors against the half diameter h by less than 2^-49 (error + 2 h).
+constexpr double kMargin = 0x1p-46;
+double slack(double error, double half) { return kMargin * (error + 2.0 * half); }
+
+VLIX_INLINE double square(PointF32 point, const Circle& circle) {
+  const float dx = point.x - circle.centre.x;
+  const float dy = point.y - circle.centre.y;
+  return static_cast<double>(dx) * static_cast<double>(dx) + static_cast<double>(dy) * static_cast<double>(dy);
+}
+
+// Squared distances whose radial error is surely not above a level.
+struct Quiet {
+  Quiet(double level, double half) {
+    const double outer = (half + level) * (1.0 - kMargin);
+    const double inner = (half - level) * (1.0 + kMargin);
+    high = outer * outer;
+    low = half > level ? inner * inner : -1.0;
+  }
+  double low, high;
+};
+
+constexpr int32_t kBlock = 256;
+
+// Whether all of them are quiet; not-a-number never is.
+VLIX_MULTIVERSION bool is_quiet(const PointF32* points, int32_t count, const Circle& circle, const Quiet& quiet) {
+  int64_t loud = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    const double q = square(points[i], circle);
+    loud |= !(q >= quiet.low) | !(q <= quiet.high);
+  }
+  return loud == 0;
+}
+
+// Smallest and largest squared distance; points come in whole steps.
+constexpr int32_t kStep = 8;
+
+VLIX_MULTIVERSION void extreme_squares(const PointF32* points, int32_t count, const Circle& circle, double& smallest,
+                                       double& largest) {
+  using Pairs = Lanes<double, 2 * kStep>;
+  using FloatPairs = Lanes<float, 2 * kStep>;
+  const float x = circle.centre.x;
+  const float y = circle.centre.y;
+  const FloatPairs centre = {x, y, x, y, x, y, x, y, x, y, x, y, x, y, x, y};
+  Pairs low = Pairs{} + kInfinity;
+  Pairs high = Pairs{} - 1.0;
+  for (int32_t i = 0; i < count; i += kStep) {
+    FloatPairs xy;
+    std::memcpy(&xy, points + i, sizeof(xy));
+    const Pairs d = __builtin_convertvector(xy - centre, Pairs);
+    const Pairs dd = d * d;
+    const Pairs q = dd + __builtin_shufflevector(dd, dd, 1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+    low = q < low ? q : low;
+    high = q > high ? q : high;
+  }
+  smallest = low[0];
+  largest = high[0];
+  for (int32_t lane = 2; lane < 2 * kStep; lane += 2) {
+    smallest = std::min(smallest, low[lane]);
+    largest = std::max(largest, high[lane]);
+  }
+}
+
+bool same_place(PointF32 a, PointF32 b) { return a.x == b.x && a.y == b.y; }
+
+}  // namespace
+
+int32_t find_worst(const PointF32* points, int32_t count, const Circle& circle) {
+  if (std::isnan(circle.diameter)) return 0;  // no error is a number
+  const double half = half_diameter(circle);
+  double largest = 0.0;
+  int32_t worst = 0;
+  Quiet quiet(largest, half);
+  for (int32_t first = 0; first < count; first += kBlock) {
+    const int32_t end = first + std::min(kBlock, count - first);
+    if (is_quiet(points + first, end - first, circle, quiet)) continue;
+    for (int32_t i = first; i < end; ++i) {
+      // Equal points have equal errors, and the earlier one stays.
+      if (i > 0 && same_place(points[i], points[worst])) continue;
+      const double error = radial_error(points[i], circle);
+      if (!(error > largest)) continue;
+      largest = error;
+      worst = i;
+    }
+    quiet = Quiet(largest, half);
+    if (count - first <= kBlock) break;
+  }
+  return worst;
+}
+
+void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& circle) {
+  Candidate candidates[kCapacity];
+  const double half = half_diameter(circle);
+  const auto worse = [](const Candidate& a, const Candidate& b) { return a.error > b.error; };
+  double ceiling = -1.0;
+  Quiet quiet(ceiling, half);
+  int32_t n = 0;
+  clear();
+  for (int32_t first = 0; first < count; first += kBlock) {
+    const int32_t end = first + std::min(kBlock, count - first);
+    if (!is_quiet(points + first, end - first, circle, quiet)) {
+      for (int32_t i = first; i < end; ++i) {
+        const double error = std::fabs(std::sqrt(square(points[i], circle)) - half);
+        if (!(error < kInfinity)) return;
+        if (error <= ceiling) continue;
+        if (n == kCapacity) {
+          std::nth_element(candidates, candidates + kKept, candidates + n, worse);
+          ceiling = candidates[kKept].error;
+          quiet = Quiet(ceiling, half);
+          n = kKept;
+          if (error <= ceiling) continue;
+        }
+        candidates[n++] = {error, i};
+      }
+    }
+    if (count - first <= kBlock) break;
+  }
+  for (int32_t k = 0; k < n; ++k) {
+    index_[k] = candidates[k].index;
+    point_[k] = points[candidates[k].index];
+  }
+  ceiling_ = n == count ? -kInfinity : ceiling + slack(ceiling, half);
+  circle_ = circle;
+  count_ = n;
+}
+
+// The float differences of both circles are off by 2^-24 of themselves: with the distance at most h + ceiling, and
+// nearer or farther by the move, 2^-21 covers them and the roundings in double.
+double WorstPoints::ceiling_under(const Circle& circle) const {
+  const double dx = std::fabs(static_cast<double>(circle.centre.x) - static_cast<double>(circle_.centre.x));
+  const double dy = std::fabs(static_cast<double>(circle.centre.y) - static_cast<double>(circle_.centre.y));
+  const double dh = std::fabs(half_diameter(circle) - half_diameter(circle_));
+  const double move = dx + dy + dh;
+  if (move == 0.0) return ceiling_;
+  return ceiling_ + move + 0x1p-21 * (half_diameter(circle_) + std::fabs(ceiling_) + move);
+}
+
+int32_t WorstPoints::find(const Circle& circle) const {
+  if (count_ <= 0) return -1;
+  // Repeats of the last point fill the last step.
+  const int32_t whole = count_ / kStep * kStep;
+  double smallest;
+  double largest;
+  extreme_squares(point_, whole, circle, smallest, largest);
+  if (whole < count_) {
+    PointF32 rest[kStep];
+    for (int32_t k = 0; k < kStep; ++k) rest[k] = point_[std::min(whole + k, count_ - 1)];
+    double low;
+    double high;
+    extreme_squares(rest, kStep, circle, low, high);
+    smallest = std::min(smallest, low);
+    largest = std::max(largest, high);
+  }
+  const double half = half_diameter(circle);
+  const double error = std::max(std::sqrt(largest) - half, half - std::sqrt(smallest));
+  const double off = slack(error, half);
+  if (count_ > 0 && ceiling_ == -kInfinity) {
+    if (!(error < kInfinity)) return -1;
+  } else if (!(error - off > ceiling_under(circle))) {
+    return -1;
+  }
+  return pick(circle, error - 4.0 * off);
+}
+
+// The first of the largest errors; a point whose error is below `least` is not it.
+int32_t WorstPoints::pick(const Circle& circle, double least) const {
+  const Quiet quiet(std::max(least, 0.0), half_diameter(circle));
+  double largest = -1.0;
+  int32_t worst = -1;
+  for (int32_t k = 0; k < count_; ++k) {
+    const double q = square(point_[k], circle);
+    if (least > 0.0 && q >= quiet.low && q <= quiet.high) continue;
+    const double error = radial_error(point_[k], circle);
+    if (error > largest || (error == largest && index_[k] < worst)) {
+      largest = error;
+      worst = index_[k];
+    }
+  }
+  return worst;
+}
+
+void WorstPoints::remove(int32_t index) {
+  for (int32_t k = 0; k < count_; ++k) {
+    if (index_[k] != index) continue;
+    --count_;
+    index_[k] = index_[count_];
+    point_[k] = point_[count_];
+    return;
+  }
+}
+
+void WorstPoints::renumber(const int32_t* removed, int32_t removed_count) {
+  for (int32_t k = 0; k < count_; ++k) {
+    index_[k] -= static_cast<int32_t>(std::lower_bound(removed, removed + removed_count, index_[k]) - removed);
+  }
+}
+
+}  // namespace vlix

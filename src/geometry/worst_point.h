@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// Finds the point of the largest radial error again and again while points go and the circle drifts.
+#pragma once
+
+#include <cstdint>
+
+#include "geometry/circle.h"
+
+namespace vlix {
+
+// The definition: the first of the largest errors, or point 0 where no error is above 0. Blocks of points that cannot
+// hold a larger error are passed over.
+int32_t find_worst(const PointF32* points, int32_t count, const Circle& circle);
+
+// The points of the largest errors against one circle, and a ceiling for the errors of all others. By the triangle
+// inequality an error changes by no more than centre and radius move, so that against a circle near by the worst point
+// is still among them as long as its error is above the lifted ceiling.
+class WorstPoints {
+ public:
+  // Collects from all points.
+  void collect(const PointF32* points, int32_t count, const Circle& circle);
+  // Index of the worst of all points, or -1 where it is not proved to be one of those collected.
+  int32_t find(const Circle& circle) const;
+  // The point is no longer there; the others keep their indices.
+  void remove(int32_t index);
+  // The points have moved down over those at `removed`, which is sorted.
+  void renumber(const int32_t* removed, int32_t removed_count);
+  void clear() { count_ = -1; }
+
+ private:
+  static constexpr int32_t kKept = 512;
+  static constexpr int32_t kCapacity = 2 * kKept;
+  struct Candidate {
+    double error;
+    int32_t index;
+  };
+
+  double ceiling_under(const Circle& circle) const;
+  int32_t pick(const Circle& circle, double least) const;
+
+  int32_t count_ = -1;  // -1: nothing is known
+  Circle circle_;
+  double ceiling_ = 0.0;
+  int32_t index_[kCapacity];
+  PointF32 point_[kCapacity];
+};
+
+}  // namespace vlix
