@@ -53,8 +53,13 @@ class Rejection {
       if (fitted != Fitted::kUndecided || --patience_ > 0) return fitted;
     }
     close_gaps();
-    sums_ = form_circle_sums(points_.data(), points_.count());
-    const Fitted fitted = fit_from_sums(sums_, circle);
+    const bool first = sums_.count <= 0;
+    sums_ = form_circle_sums(points_.data(), points_.count(), sums_);
+    Fitted fitted = fit_from_sums(sums_, circle);
+    if (first && fitted == Fitted::kUndecided) {
+      sums_ = form_circle_sums(points_.data(), points_.count(), sums_);
+      fitted = fit_from_sums(sums_, circle);
+    }
     wait_ = fitted == Fitted::kUndecided ? std::min(2 * wait_, kLongestWait) : 1;
     patience_ = wait_;
     return fitted;

@@ -157,12 +157,17 @@ bool narrow(const Enclosure& number, float& result) {
 
 }  // namespace
 
-CircleSums form_circle_sums(const PointF32* points, int32_t count) {
+CircleSums form_circle_sums(const PointF32* points, int32_t count, const CircleSums& earlier) {
   CircleSums sums;
-  const PointF32 origin = typical_point(points, count);
   sums.count = count;
-  sums.origin_x = static_cast<double>(origin.x);
-  sums.origin_y = static_cast<double>(origin.y);
+  if (earlier.count > 0) {
+    sums.origin_x = earlier.origin_x + earlier.u / earlier.count;
+    sums.origin_y = earlier.origin_y + earlier.v / earlier.count;
+  } else {
+    const PointF32 origin = typical_point(points, count);
+    sums.origin_x = static_cast<double>(origin.x);
+    sums.origin_y = static_cast<double>(origin.y);
+  }
   add_points(points, count, sums);
   sums.spread = sums.uu + sums.vv;
   sums.first_order = sums.reach * count;

@@ -22,7 +22,9 @@ struct CircleSums {
   double roundings = 0.0;    // number of roundings that a sum can be off by, in units of 2^-53 of its bound
 };
 
-CircleSums form_circle_sums(const PointF32* points, int32_t count);
+// The bounds are tightest with the mean of the points as origin: it is taken from earlier sums of nearly the same
+// points where there are any (count > 0), else from a few samples.
+CircleSums form_circle_sums(const PointF32* points, int32_t count, const CircleSums& earlier);
 
 // `point` is one of the points that the sums hold.
 void remove_from(CircleSums& sums, PointF32 point);
