@@ -310,13 +310,115 @@ VLIX_API VlixStatus vlix_smoothHistInt_consume(VlixVector* hist, float width);
 /** @name Statistics */
 /** @{ */
 
+/**
+ * Mean, population standard deviation and extremes of an image's region of interest or of a vector.
+ *
+ * With N samples x of a channel, each converted to double,
+ *
+ *     mean = S / N      deviation = sqrt(Q / N - mean * mean)      S = sum of x, Q = sum of x * x
+ *
+ * and every result is rounded to a float. The radicand is not clamped: where rounding makes it negative, as equal
+ * samples with fractions can, the deviation is not-a-number. Extremes start with the first sample and move only to
+ * samples beyond them: a not-a-number counts in S and Q, but becomes an extreme only as the first sample, and of zeros
+ * of both signs the first one stays.
+ *
+ * | input | types | results |
+ * | --- | --- | --- |
+ * | monochrome image | U8, S8, U16, S16, F32 | pMean, pStdDev, pMin, pMax |
+ * | monochrome vector | U8, S8, S32, U32, S16, U16, F32, F64, PointI32, PointF32 (y counts, x does not) | the same |
+ * | colour image or vector | Rgba8, Colour20, Colour21, Colour30, Colour36, Colour39, Colour44 | those of c0, c1, c2 |
+ *
+ * Channels are numbered as they lie in memory. In a vector of Colour30, though not in an image, channels 1 and 2 are
+ * signed.
+ *
+ * Sums run in memory order; while Q stays within 2^53 those of integer samples are exact, and so the same in any order.
+ * At levels other than 0 and 2 primitives compute U8, S8 and F32 images and U8 vectors, unless height * width * 255, a
+ * product of 32-bit floats, is beyond 2^32. For bytes the results are the same at all levels; for F32 images the
+ * primitive is more accurate and never makes the deviation of finite samples not-a-number. A primitive that fails is
+ * replaced without a report. The region of an image is not tested for emptiness: mean and deviation are then
+ * not-a-number, and so are the extremes but for bytes at level 2, where they are what the search starts from (minimum
+ * 255 or 127, maximum 0 or -128).
+ *
+ * Reports, the first that applies: kind of @p obj, as a type; "stats: cannot get color stats on monochrome input"; a
+ * type that is not accepted; "stats: cannot get monochrome stats on color input"; "stats: cannot process empty vector",
+ * also when nothing is wanted. After a report nothing is written.
+ *
+ * Cost: one pass, two through the primitives when both sums and extremes are wanted. Integers go at the speed of the
+ * memory; F32 outside of the primitives, F64, 32-bit integers and points take one addition after the other.
+ *
+ * @param[in] obj a #VlixVectorHandle or a #VlixImageHandle
+ * @param[out] pMean mean of a monochrome input; null, like each of the following: not wanted
+ * @param[out] pStdDev standard deviation
+ * @param[out] pMin smallest sample
+ * @param[out] pMax largest sample
+ * @param[out] c0Mean mean of channel 0 of a colour input
+ * @param[out] c0StdDev standard deviation of channel 0
+ * @param[out] c0Min smallest sample of channel 0
+ * @param[out] c0Max largest sample of channel 0
+ * @param[out] c1Mean mean of channel 1
+ * @param[out] c1StdDev standard deviation of channel 1
+ * @param[out] c1Min smallest sample of channel 1
+ * @param[out] c1Max largest sample of channel 1
+ * @param[out] c2Mean mean of channel 2
+ * @param[out] c2StdDev standard deviation of channel 2
+ * @param[out] c2Min smallest sample of channel 2
+ * @param[out] c2Max largest sample of channel 2
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_stats(const VlixObj* obj, float* pMean, float* pStdDev, float* pMin, float* pMax,
                                float* c0Mean, float* c0StdDev, float* c0Min, float* c0Max, float* c1Mean,
                                float* c1StdDev, float* c1Min, float* c1Max, float* c2Mean, float* c2StdDev,
                                float* c2Min, float* c2Max);
 
+/**
+ * Counts the pixels that are not zero.
+ *
+ * Of a float, -0 is zero and not-a-number is not. A colour is zero when all three channels are; the fourth byte (or the
+ * top two bits of Colour36) does not matter.
+ *
+ * An empty region counts 0. Of 2^32 pixels and more the low 32 bits are stored.
+ *
+ * Reports: a type that is not accepted.
+ *
+ * Cost: one pass at the speed of the memory. At levels other than 0 a primitive counts U8; where it fails, nothing is
+ * reported and the result is the same.
+ *
+ * @param[in] image U8, S8, U16, S16, F32, Rgba8, Colour20, Colour21, Colour30 or Colour36
+ * @param[out] pCount number of pixels; null: validate only
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_countPix(const VlixImage* image, uint32_t* pCount);
 
+/**
+ * Counts the pixels v with low < v <= high.
+ *
+ * | types | test |
+ * | --- | --- |
+ * | U8, S8, U16, S16 | as 32-bit integers |
+ * | F32 | as 32-bit floats, to which the thresholds are rounded; a not-a-number does not count |
+ * | Rgba8, Colour20, Colour21, Colour30 | all three channels, each between its own bytes of the thresholds |
+ * | Colour36 | all three channels, each between its own 10 bits of the thresholds |
+ *
+ * Thresholds of colours are packed like the pixels; byte 3 (or the top two bits) is not looked at. Where high is not
+ * above low, for one channel of a colour, nothing counts.
+ *
+ * At levels other than 0 a primitive counts U8 with the bounds low + 1 and high, both included and both taken modulo
+ * 256: thresholds outside of 0 .. 254 (low) and 0 .. 255 (high) give other counts than at level 0. A low of 255, for
+ * instance, counts the pixels up to high. Where the primitive fails, nothing is reported and the count is that of
+ * level 0.
+ *
+ * An empty region counts 0. Of 2^32 pixels and more the low 32 bits are stored.
+ *
+ * Reports: a type that is not accepted, under the name "countPix".
+ *
+ * Cost: one pass at the speed of the memory.
+ *
+ * @param[in] image U8, S8, U16, S16, F32, Rgba8, Colour20, Colour21, Colour30 or Colour36
+ * @param[out] pCount number of pixels; null: validate only
+ * @param[in] low threshold that pixels must exceed
+ * @param[in] high threshold that pixels must not exceed
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_countThreshPix(const VlixImage* image, uint32_t* pCount, int32_t low, int32_t high);
 
 /**
@@ -357,8 +459,41 @@ VLIX_API VlixStatus vlix_countThreshPix(const VlixImage* image, uint32_t* pCount
 VLIX_API VlixStatus vlix_variance(const VlixImage* image, VlixImage* meanImage, VlixImage* varImage, int32_t stdDev,
                                   int32_t kernelWidth, int32_t kernelHeight);
 
+/**
+ * Estimates the background level of an image from the corner pixels of its region of interest.
+ *
+ * A value that three of the four corners share is the level. Otherwise, two equal pairs included, it is their mean,
+ * (top right + top left + bottom left + bottom right) * 0.25 in 32-bit floats. It is stored as one pixel of the image's
+ * type: rounded half away from zero for S8 and S16, half up for U8 and U16, as it is for F32. Colours are compared as a
+ * whole, without their fourth byte; their mean is taken and rounded half up channel by channel, and the fourth byte is
+ * stored as 0.
+ *
+ * A region of one pixel has it at all four corners. An empty region has none and must not be handed over.
+ *
+ * Reports: a type that is not accepted.
+ *
+ * Cost: four pixels.
+ *
+ * @param[in] image U8, S8, U16, S16, F32, Rgba8, Colour20, Colour21 or Colour30
+ * @param[out] pValue one pixel of the image's type (1, 2 or 4 bytes, any alignment); null: validate only
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_background(const VlixImage* image, void* pValue);
 
+/**
+ * Converts a level into one pixel of an image's type.
+ *
+ * The value is clamped to the range of the type, then truncated toward zero; F32 stores it as it is, and four-byte
+ * colours store the clamped byte in channels 0, 1 and 2 and 0 in the fourth byte. Not-a-number gives 0. For any other
+ * type nothing is written. Nothing is reported.
+ *
+ * Cost: constant.
+ *
+ * @param[in] image U8, S8, U16, S16, F32, Rgba8, Colour20, Colour21 or Colour30; only its type is read
+ * @param[out] pValue one pixel of the image's type (1, 2 or 4 bytes, any alignment); must not be null
+ * @param[in] value the level, in grey values
+ * @return 0
+ */
 VLIX_API VlixStatus vlix_background_assignF32(const VlixImage* image, void* pValue, float value);
 
 /** @} */
