@@ -736,13 +736,89 @@ VLIX_API VlixStatus vlix_linearRegressionInt(const VlixVector* points, uint32_t 
                                              float* rho, float* meanDist, VlixVector* pOutPoints,
                                              int32_t* pOutPointsNum);
 
+/**
+ * Fits a circle to points in place, if asked after removing the worst points one by one.
+ *
+ * The algebraic least-squares circle (I. Kasa, 1976), in doubles: with the means x0, y0, u = x - x0, v = y - y0 and the
+ * means S of products of u and v,
+ *
+ *     A = (Suuu + Suvv) / 2, B = (Svvv + Svuu) / 2, D = Suu Svv - Suv^2,
+ *     uc = (A Svv - B Suv) / D, vc = (B Suu - A Suv) / D,
+ *     centre = (uc + x0, vc + y0), diameter = 2 sqrt(uc^2 + vc^2 + Suu + Svv).
+ *
+ * The radial error of a point is | hypot(x - centre.x, y - centre.y) - diameter / 2 |: differences and half diameter of
+ * floats are floats, the rest is double. r = (count * discardPercent + 50) / 100 points are discarded, in 32-bit
+ * integers that wrap, none where that is negative, and so few that three points stay. Each time the point of the
+ * largest error goes, the first of equals, and the others are fitted again. The kept points are moved to the front in
+ * their order; what stands behind them afterwards is unspecified.
+ *
+ * The mean error is the running float sum of the errors in point order, times 1000, divided by the number of points
+ * (both in float), truncated toward zero, divided by 1000.
+ *
+ * Results are those of sums taken in point order from scratch in every pass. Other orders and updated sums are used
+ * only where a bound of their rounding proves that the floats are the same.
+ *
+ * Coordinates that are not finite give results that are not numbers.
+ *
+ * Reports, the first that applies: fewer than three points ("circularRegression: vector of size %d specified"); in any
+ * pass Suu, Svv or |D| below 1e-12, that is, collinear points or all in one place ("circularRegression: calculation
+ * error"; centre and diameter are then those of the pass before, or untouched in the first pass).
+ *
+ * Cost: one pass over the points; another one for the mean error. Each discarded point costs a few hundred operations;
+ * where the bound decides nothing (a short arc, a coordinate of the centre next to 0), two passes more. No heap.
+ *
+ * @param[in,out] points vector of PointF32, in pixels; its type is not tested. Reordered where points are discarded
+ * @param[in] discardPercent percentage of points to discard, 0 = none, any value
+ * @param[out] diameter receives the diameter; null: not wanted
+ * @param[out] centre receives the centre; null: not wanted
+ * @param[out] meanDist receives the mean radial error of the kept points; null: not wanted
+ * @param[out] keptCount receives the number of kept points; null: not wanted. With all four null only the number of
+ *   points is checked
+ * @return 0 or the status of the report
+ */
 VLIX_API VlixStatus vlix_circularRegression(VlixVector* points, uint32_t discardPercent, float* diameter,
                                             PointF32* centre, float* meanDist, int32_t* keptCount);
 
+/**
+ * Fits a circle to a copy of float points, see vlix_circularRegression.
+ *
+ * Reports, the first that applies: type of @p points, type of @p pOutPoints where it has a buffer, no memory for the
+ * copy, then those of vlix_circularRegression, then @p pOutPoints with a buffer but without @p pOutPointsNum
+ * ("circularRegression: pOutPointsNum is NULL"; diameter, centre and mean are already written). Kept points that cannot
+ * be obtained are reported by the object library; the result is then 1.
+ *
+ * Cost: vlix_circularRegression and a copy of the points.
+ *
+ * @param[in] points vector of PointF32, in pixels; it is not changed
+ * @param[in] discardPercent as for vlix_circularRegression
+ * @param[out] diameter receives the diameter; null: not wanted
+ * @param[out] centre receives the centre; null: not wanted
+ * @param[out] meanDist receives the mean radial error of the kept points; null: not wanted
+ * @param[out] pOutPoints made a PointF32 vector of the kept points in their order; may be null, may be @p points. With
+ *   diameter, centre and mean null as well, only the arguments are checked
+ * @param[out] pOutPointsNum receives the number of kept points, if pOutPoints is given; may be null where pOutPoints
+ *   has no buffer yet
+ * @return 0, the status of the report, or 1
+ */
 VLIX_API VlixStatus vlix_circularRegressionFloat(const VlixVector* points, uint32_t discardPercent, float* diameter,
                                                  PointF32* centre, float* meanDist, VlixVector* pOutPoints,
                                                  int32_t* pOutPointsNum);
 
+/**
+ * Fits a circle to integer points, see vlix_circularRegressionFloat.
+ *
+ * Coordinates become floats, exactly up to 2^24 in magnitude, and are truncated toward zero where kept points are
+ * handed out (values that do not fit 32 bits any more become -2147483648).
+ *
+ * @param[in] points vector of PointI32, in pixels; it is not changed
+ * @param[in] discardPercent as for vlix_circularRegression
+ * @param[out] diameter as for vlix_circularRegressionFloat
+ * @param[out] centre as for vlix_circularRegressionFloat
+ * @param[out] meanDist as for vlix_circularRegressionFloat
+ * @param[out] pOutPoints made a PointI32 vector of the kept points in their order; may be null, may be @p points
+ * @param[out] pOutPointsNum as for vlix_circularRegressionFloat
+ * @return 0, the status of the report, or 1
+ */
 VLIX_API VlixStatus vlix_circularRegressionInt(const VlixVector* points, uint32_t discardPercent, float* diameter,
                                                PointF32* centre, float* meanDist, VlixVector* pOutPoints,
                                                int32_t* pOutPointsNum);
