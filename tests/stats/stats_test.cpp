@@ -457,16 +457,27 @@ TEST(Stats, SumOfSquaresSurvivesFullScale16Bit) {
   }
 }
 
-// Above 2^53 a running double loses each single 1 that follows; an exact sum would keep them.
+// Above 2^53 a running double loses 1 of each odd square of 65535, always in the same direction: so much that the
+// radicand of equal pixels becomes negative. Exact sums would give a deviation of 0.
 TEST(Stats, SquaresBeyondTheExactDoublesKeepTheOrder) {
-  constexpr int32_t kLarge = (1 << 21) + 500;
-  RawVector vector(kU16, kLarge + 9999, Fill::kHighest);
-  for (int32_t i = kLarge; i < vector.record.count; ++i) vector.put<uint16_t>(i, 1);
+  constexpr int32_t kCount = 1 << 22;
+  RawVector vector(kU16, kCount, Fill::kHighest);
   const StatsTwin twin = stats_twin(samples_of(kU16, vector, 0));
+  ASSERT_TRUE(std::isnan(twin.deviation));
   expect_values(values_of(vector.record, 1, kMonochromeValues), 0, twin);
-  expect_values(values_of(vector.record, 1, kMean), 0, {twin.mean, kUntouchedValue, kUntouchedValue, kUntouchedValue});
-  const VlixImage image = {ObjType_U16, vector.record.data, vector.record.count, 1, 0, 0, vector.record.count, 1};
+  expect_values(values_of(vector.record, 1, kDeviation), 0,
+                {kUntouchedValue, twin.deviation, kUntouchedValue, kUntouchedValue});
+  const VlixImage image = {ObjType_U16, vector.record.data, 1 << 11, 1 << 11, 0, 0, 1 << 11, 1 << 11};
   for (int32_t level : {0, 1, 2}) expect_values(values_of(image, level, kMonochromeValues), 0, twin);
+}
+
+// The last sum of squares that a double holds: 2^53 / 65535^2 pixels.
+TEST(Stats, SquaresUpToTheExactDoublesAreExact) {
+  constexpr int32_t kCount = 2097216;
+  static_assert(uint64_t{65535} * 65535 * kCount <= uint64_t{1} << 53);
+  static_assert(uint64_t{65535} * 65535 * (kCount + 1) > uint64_t{1} << 53);
+  RawVector vector(kU16, kCount, Fill::kHighest);
+  expect_values(values_of(vector.record, 1, kMonochromeValues), 0, {65535, 0, 65535, 65535});
 }
 
 // 2^24 + some pixels of -128: their sum is below -2^31.
