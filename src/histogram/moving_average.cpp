@@ -14,25 +14,41 @@ constexpr int32_t kBlock = 256;
 
 // ---- One block of sums -> averages ----
 
-VLIX_MULTIVERSION void store_averages(const PointF32* from, const float* sums, int32_t count, int32_t length,
-                                      PointF32* to) {
-  const auto divisor = static_cast<float>(length);
-  for (int32_t i = 0; i < count; ++i) to[i] = {from[i].x, sums[i] / divisor};
-}
+// A point as one word, y in the upper half: 4-byte halves stored one by one would not vectorise.
+using Word [[gnu::may_alias, gnu::aligned(4)]] = uint64_t;
+static_assert(sizeof(PointF32) == sizeof(Word) && sizeof(PointI32) == sizeof(Word));
+static_assert(std::endian::native == std::endian::little);
 
-// The sums are below 2^24, so that they are floats.
-VLIX_MULTIVERSION void store_averages(const PointF32* from, const int32_t* sums, int32_t count, int32_t length,
-                                      PointF32* to) {
-  const auto divisor = static_cast<float>(length);
-  for (int32_t i = 0; i < count; ++i) to[i] = {from[i].x, static_cast<float>(sums[i]) / divisor};
-}
+template <class Point>
+struct Divisor;
+
+template <>
+struct Divisor<PointF32> {
+  explicit Divisor(int32_t length) : value(static_cast<float>(length)) {}
+  VLIX_INLINE float average(float sum) const { return sum / value; }
+  // Sums up to 2^24, which are floats.
+  VLIX_INLINE float average(int32_t sum) const { return static_cast<float>(sum) / value; }
+  float value;
+};
 
 // Integer division as a product that is too large by 2^-40, up to 2^-51. A whole quotient stays above itself. Any other
 // is at least 1 / length below the next whole number, and the error is at most 2^31 / length * 2^-39.
-VLIX_MULTIVERSION void store_averages(const PointI32* from, const int32_t* sums, int32_t count, int32_t length,
-                                      PointI32* to) {
-  const double factor = 1.0 / length * (1.0 + 0x1p-40);
-  for (int32_t i = 0; i < count; ++i) to[i] = {from[i].x, static_cast<int32_t>(sums[i] * factor)};
+template <>
+struct Divisor<PointI32> {
+  explicit Divisor(int32_t length) : factor(1.0 / length * (1.0 + 0x1p-40)) {}
+  VLIX_INLINE int32_t average(int32_t sum) const { return static_cast<int32_t>(sum * factor); }
+  double factor;
+};
+
+template <class Point, class Sum>
+VLIX_MULTIVERSION void store_averages(const Point* from, const Sum* sums, int32_t count, Divisor<Point> divisor,
+                                      Point* to) {
+  const auto* source = reinterpret_cast<const Word*>(from);
+  auto* target = reinterpret_cast<Word*>(to);
+  for (int32_t i = 0; i < count; ++i) {
+    const auto y = std::bit_cast<uint32_t>(divisor.average(sums[i]));
+    target[i] = (source[i] & 0xFFFFFFFFu) | static_cast<uint64_t>(y) << 32;
+  }
 }
 
 // ---- Window sums that are exact in any order ----
@@ -56,7 +72,7 @@ VLIX_MULTIVERSION void window_changes(const Point* at, int32_t count, int32_t ha
 template <class Point>
 class ExactSums {
  public:
-  ExactSums(const Point* from, Point* to, int32_t length) : from_(from), to_(to), length_(length), half_(length / 2) {
+  ExactSums(const Point* from, Point* to, int32_t length) : from_(from), to_(to), divisor_(length), half_(length / 2) {
     for (int32_t i = 0; i <= half_; ++i) sum_ += static_cast<uint32_t>(static_cast<int32_t>(from_[i].y));
   }
 
@@ -73,14 +89,14 @@ class ExactSums {
         sum += changes[i];
       }
       sum_ = sum;
-      store_averages(from_ + begin, sums, count, length_, to_ + begin);
+      store_averages(from_ + begin, sums, count, divisor_, to_ + begin);
     }
   }
 
  private:
   const Point* from_;
   Point* to_;
-  int32_t length_;
+  Divisor<Point> divisor_;
   int32_t half_;
   uint32_t sum_ = 0;
 };
@@ -90,7 +106,7 @@ class ExactSums {
 class OrderedSums {
  public:
   OrderedSums(const PointF32* from, PointF32* to, int32_t length)
-      : from_(from), to_(to), length_(length), half_(length / 2), sum_(from[0].y) {
+      : from_(from), to_(to), divisor_(length), half_(length / 2), sum_(from[0].y) {
     for (int32_t i = 1; i <= half_; ++i) sum_ += from_[i].y;
   }
 
@@ -108,14 +124,14 @@ class OrderedSums {
         if constexpr (kStep != Step::kDrop) sum = sum + added[i].y;
       }
       sum_ = sum;
-      store_averages(from_ + begin, sums, count, length_, to_ + begin);
+      store_averages(from_ + begin, sums, count, divisor_, to_ + begin);
     }
   }
 
  private:
   const PointF32* from_;
   PointF32* to_;
-  int32_t length_;
+  Divisor<PointF32> divisor_;
   int32_t half_;
   float sum_;
 };
