@@ -70,10 +70,10 @@ void count_bytes(const Region<const Pixel>& region, const RoiContext& context) {
 
 constexpr int32_t kBlock = 512;
 
-// Every index of a counted sample fits 32 bits: the product grows with the sample, and this is its largest.
+// Every index of a counted sample fits 32 bits: the product goes from 0 at the lowest sample to this at the highest.
 bool indices_fit(const RoiContext& context) {
   const double top = static_cast<double>(context.highest - context.lowest) * context.factor;
-  return context.factor > 0.0 && top >= 0.0 && top < 2147483648.0;
+  return top >= 0.0 && top < 2147483648.0;
 }
 
 // The same slots when indices fit; a sample that is not counted is replaced by the lowest one, so that its conversion
