@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "frame/multiversion.h"
 #include "geometry/enclosure.h"
@@ -22,7 +21,6 @@ constexpr double kHigherOrders = 1.000001;
 
 constexpr int32_t kPointsPerStep = 4;
 using Pairs = Lanes<double, 2 * kPointsPerStep>;
-using FloatPairs = Lanes<float, 2 * kPointsPerStep>;
 
 struct PairSums {
   Pairs w = {}, ww = {}, wv = {}, www = {}, wwv = {};
@@ -44,7 +42,8 @@ VLIX_INLINE double total(const Pairs& sums, int32_t axis) {
   return (sums[axis] + sums[axis + 2]) + (sums[axis + 4] + sums[axis + 6]);
 }
 
-// Eleven roundings at most beside one addition for every four points: see kRoundingsOfForming.
+// Eleven roundings at most beside one addition for every four points: see kRoundingsOfForming. 512-bit vectors with
+// AVX-512, pairs of 256-bit ones with AVX2.
 VLIX_MULTIVERSION void add_points(const PointF32* points, int32_t count, CircleSums& sums) {
   const double x = sums.origin_x;
   const double y = sums.origin_y;
@@ -52,16 +51,19 @@ VLIX_MULTIVERSION void add_points(const PointF32* points, int32_t count, CircleS
   PairSums lanes;
   int32_t i = 0;
   for (; i <= count - kPointsPerStep; i += kPointsPerStep) {
-    FloatPairs xy;
-    std::memcpy(&xy, points + i, sizeof(xy));
-    add(lanes, __builtin_convertvector(xy, Pairs) - origin);
+    // One by one: g++ makes this a single widening load, of a vector of floats four instructions.
+    const PointF32* const p = points + i;
+    const Pairs xy = {p[0].x, p[0].y, p[1].x, p[1].y, p[2].x, p[2].y, p[3].x, p[3].y};
+    add(lanes, xy - origin);
   }
   if (i < count) {
-    Pairs w = {};
-    for (int32_t lane = 0; i + lane / 2 < count; lane += 2) {
-      w[lane] = static_cast<double>(points[i + lane / 2].x) - x;
-      w[lane + 1] = static_cast<double>(points[i + lane / 2].y) - y;
+    double rest[2 * kPointsPerStep] = {};
+    for (int32_t k = 0; i + k < count; ++k) {
+      rest[2 * k] = static_cast<double>(points[i + k].x) - x;
+      rest[2 * k + 1] = static_cast<double>(points[i + k].y) - y;
     }
+    Pairs w;
+    load<double, 2 * kPointsPerStep>(w, rest);
     add(lanes, w);
   }
   sums.u = total(lanes.w, 0);
@@ -73,8 +75,9 @@ VLIX_MULTIVERSION void add_points(const PointF32* points, int32_t count, CircleS
   sums.vvv = total(lanes.www, 1);
   sums.vuu = total(lanes.wwv, 0);
   sums.uvv = total(lanes.wwv, 1);
-  double largest = 0.0;
-  for (int32_t lane = 0; lane < 2 * kPointsPerStep; ++lane) largest = std::max(largest, lanes.largest[lane]);
+  double squares[2 * kPointsPerStep];
+  store<double, 2 * kPointsPerStep>(lanes.largest, squares);
+  const double largest = *std::max_element(squares, squares + 2 * kPointsPerStep);
   sums.reach = std::sqrt(largest) * kHigherOrders;
 }
 
@@ -96,11 +99,16 @@ PointF32 typical_point(const PointF32* points, int32_t count) {
 
 // ---- Enclosing what the definition computes ----
 
-// The mean of one sum: every rounding in it is at most 2^-53 of `bound`, the sum of magnitudes.
-Enclosure mean_of(double sum, double bound, const CircleSums& sums) {
-  const double m = sums.count;
-  return Enclosure::around(sum / m, sums.roundings * kUnitRoundoff * kHigherOrders * bound / m);
-}
+// Means of sums in which every rounding is at most 2^-53 of the sum of magnitudes. The product with the inverse of the
+// count is off by less than 2 * 2^-53, which is within what an enclosure adds.
+struct Means {
+  explicit Means(const CircleSums& sums)
+      : inverse(1.0 / sums.count), off(sums.roundings * kUnitRoundoff * kHigherOrders * inverse) {}
+  Enclosure operator()(double sum, double magnitudes) const {
+    return Enclosure::around(sum * inverse, off * magnitudes);
+  }
+  double inverse, off;
+};
 
 void widen(Enclosure& number, double by) { number.radius = (number.radius + by) * Enclosure::kInflate; }
 
@@ -112,11 +120,12 @@ CircleMoments<Enclosure> enclose_moments(const CircleSums& sums) {
   const double unit = kUnitRoundoff * kHigherOrders * (sums.count + 8.0);
   const double second = sums.spread * kHigherOrders;
   const double third = second * sums.reach;
-  const Enclosure u = mean_of(sums.u, sums.first_order, sums);
-  const Enclosure v = mean_of(sums.v, sums.first_order, sums);
-  const Enclosure uu = mean_of(sums.uu, second, sums);
-  const Enclosure uv = mean_of(sums.uv, second, sums);
-  const Enclosure vv = mean_of(sums.vv, second, sums);
+  const Means mean(sums);
+  const Enclosure u = mean(sums.u, sums.first_order);
+  const Enclosure v = mean(sums.v, sums.first_order);
+  const Enclosure uu = mean(sums.uu, second);
+  const Enclosure uv = mean(sums.uv, second);
+  const Enclosure vv = mean(sums.vv, second);
 
   Enclosure p = u;
   Enclosure q = v;
@@ -134,10 +143,10 @@ CircleMoments<Enclosure> enclose_moments(const CircleSums& sums) {
   s.uu = uu - p * (two * u - p);
   s.vv = vv - q * (two * v - q);
   s.uv = uv - p * v - q * (u - p);
-  s.uuu = mean_of(sums.uuu, third, sums) - three * p * uu + pp * (three * u - p);
-  s.vvv = mean_of(sums.vvv, third, sums) - three * q * vv + qq * (three * v - q);
-  s.vuu = mean_of(sums.vuu, third, sums) - q * uu - two * p * uv + twice_pq * u + pp * (v - q);
-  s.uvv = mean_of(sums.uvv, third, sums) - p * vv - two * q * uv + twice_pq * v + qq * (u - p);
+  s.uuu = mean(sums.uuu, third) - three * p * uu + pp * (three * u - p);
+  s.vvv = mean(sums.vvv, third) - three * q * vv + qq * (three * v - q);
+  s.vuu = mean(sums.vuu, third) - q * uu - two * p * uv + twice_pq * u + pp * (v - q);
+  s.uvv = mean(sums.uvv, third) - p * vv - two * q * uv + twice_pq * v + qq * (u - p);
 
   const double spread = (s.uu + s.vv).high();
   const double reach = sums.reach + std::max(p.magnitude(), q.magnitude());
