@@ -23,12 +23,14 @@ namespace {
 // The region in the top left corner of the padded image, zeros elsewhere. Every monochrome type fits a float.
 template <class Pixel>
 VLIX_MULTIVERSION void pad(Region<const Pixel> image, Region<float> padded) {
+  // A pattern without columns leaves less room than the image takes.
+  const int32_t columns = std::min(image.width, padded.width);
   for (int32_t y = 0; y < padded.height; ++y) {
     float* row = padded.row(y);
     int32_t used = 0;
     if (y < image.height) {
       const Pixel* pixels = image.row(y);
-      for (; used < image.width; ++used) row[used] = static_cast<float>(pixels[used]);
+      for (; used < columns; ++used) row[used] = static_cast<float>(pixels[used]);
     }
     std::fill(row + used, row + padded.width, 0.0f);
   }

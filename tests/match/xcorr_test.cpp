@@ -236,6 +236,17 @@ TEST(XCorr, ImageWithoutRowsEndsAfterTheShaping) {
   EXPECT_EQ(call.dst.record.data, nullptr);
 }
 
+TEST(XCorr, PatternWithoutColumnsOrRowsStaysInsideThePaddedImage) {
+  for (const auto& [width, height] : {std::pair<int32_t, int32_t>{0, 2}, {3, 0}, {0, 0}}) {
+    Call call;
+    call.pattern.set_roi(0, 0, width, height);
+    EXPECT_EQ(call.run(), 0);
+    EXPECT_THAT(call.platform.live_buffers(), ElementsAre("VlixImageTryUseReservedMem"));
+    EXPECT_EQ(call.transform.padded_size.width, 4 + width);
+    EXPECT_EQ(call.transform.padded_size.height, 3 + height);
+  }
+}
+
 // ---- What the transform is handed, and what becomes of its results ----
 
 template <class Pixel>
