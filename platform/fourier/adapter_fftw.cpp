@@ -11,9 +11,9 @@
 
 #include <new>
 
-#include "fourier/aligned_array.h"
 #include "fourier/cache.h"
 #include "fourier/transform.h"
+#include "memory/aligned_array.h"
 
 namespace vlix::fourier {
 namespace {
@@ -53,9 +53,9 @@ class Plan {
   // their alignment matters.
   Plan(int32_t length, int sign) {
     // FFTW ends the process when it runs out of memory: see first that there is more than a plan takes.
-    aligned_array<typename Api::Complex>(4 * static_cast<std::size_t>(length));
-    const auto in = aligned_array<typename Api::Complex>(static_cast<std::size_t>(length));
-    const auto out = aligned_array<typename Api::Complex>(static_cast<std::size_t>(length));
+    memory::aligned_array<typename Api::Complex>(4 * static_cast<std::size_t>(length));
+    const auto in = memory::aligned_array<typename Api::Complex>(static_cast<std::size_t>(length));
+    const auto out = memory::aligned_array<typename Api::Complex>(static_cast<std::size_t>(length));
     plan_ = Api::plan(length, in.get(), out.get(), sign, FFTW_ESTIMATE);
     if (plan_ == nullptr) throw std::bad_alloc();
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Transforms of real columns, sixteen side by side. Two neighbouring columns travel as the real and the imaginary part
+// Transforms of real columns, sixteen side by side. Two columns, eight apart, travel as the real and the imaginary part
 // of one complex column, so that eight complex transforms serve all sixteen.
 #pragma once
 
@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "fourier/aligned_array.h"
 #include "fourier/transform.h"
+#include "memory/aligned_array.h"
 
 namespace vlix::fourier {
 
@@ -26,10 +26,8 @@ class RealColumns {
   // Rows of a half spectrum: frequencies 0 .. length / 2; the others are their conjugates.
   int32_t half_length() const { return length_ / 2 + 1; }
 
-  // Sets one row of the sixteen columns.
-  void put_row(int32_t y, const Real* row) {
-    for (int32_t pair = 0; pair < kPairs; ++pair) in_pair(pair)[y] = {row[2 * pair], row[2 * pair + 1]};
-  }
+  // Sets rows `first` to first + count - 1 of the sixteen columns.
+  void put_rows(int32_t first, int32_t count, const Real* rows, std::ptrdiff_t stride);
   // Sets the rows from `first` on to zero.
   void clear_rows(int32_t first);
   // Half spectra of the columns: frequency k of column c becomes out[k * stride + c]. The rows put stay.
@@ -38,26 +36,20 @@ class RealColumns {
   // The columns whose half spectra are in[k * stride + c], times the length. Of frequencies that are their own
   // conjugates the real part counts.
   void inverse(const Complex* in, std::ptrdiff_t stride);
-  // One row of the result of inverse().
-  void get_row(int32_t y, Real* row) const {
-    for (int32_t pair = 0; pair < kPairs; ++pair) {
-      row[2 * pair] = out_pair(pair)[y].real();
-      row[2 * pair + 1] = out_pair(pair)[y].imag();
-    }
-  }
+  // Rows of the result of inverse().
+  void get_rows(int32_t first, int32_t count, Real* rows, std::ptrdiff_t stride) const;
 
  private:
   static constexpr int32_t kPairs = kColumns / 2;
 
   Complex* in_pair(int32_t pair) { return in_.get() + pair * stride_; }
   Complex* out_pair(int32_t pair) { return out_.get() + pair * stride_; }
-  const Complex* out_pair(int32_t pair) const { return out_.get() + pair * stride_; }
 
   int32_t length_;
   std::ptrdiff_t stride_;
   std::shared_ptr<const Transform<Real>> transform_;
-  AlignedArray<Complex> in_;
-  AlignedArray<Complex> out_;
+  memory::AlignedArray<Complex> in_;
+  memory::AlignedArray<Complex> out_;
 };
 
 extern template class RealColumns<float>;

@@ -24,7 +24,7 @@ class Transform {
   Transform(const Transform&) = delete;
   Transform& operator=(const Transform&) = delete;
 
-  // out[k] = sum of in[i] exp(-2 pi i k / length). Both are aligned to kAlignment and do not overlap. May throw
+  // out[k] = sum of in[i] exp(-2 pi i k / length). Both are aligned to memory::kAlignment and do not overlap. May throw
   // std::bad_alloc.
   virtual void forward(const Complex* in, Complex* out) const = 0;
   // The same with exp(+2 pi i k / length); not divided by the length.

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -57,9 +56,9 @@ std::optional<Buffer> find_buffer(const void* data) noexcept {
 
 void* allocate_buffer(int64_t bytes) noexcept {
   const int64_t capacity = (std::max<int64_t>(bytes, 1) + kAlignment - 1) / kAlignment * kAlignment;
-  void* data = memory::allocate_aligned(static_cast<std::size_t>(capacity));
+  void* data = memory::allocate(static_cast<std::size_t>(capacity));
   if (data != nullptr && !register_own(data, capacity)) {
-    std::free(data);
+    memory::release(data, static_cast<std::size_t>(capacity));
     return nullptr;
   }
   return data;
@@ -87,7 +86,7 @@ void release_buffer(void* data) noexcept {
   if (found == shard.entries.end()) return;
   Entry& entry = found->second;
   if (entry.buffer.origin == Origin::kOwn) {
-    std::free(data);
+    memory::release(data, static_cast<std::size_t>(entry.buffer.capacity));
     shard.entries.erase(found);
   } else if (--entry.views == 0) {
     shard.entries.erase(found);

@@ -44,18 +44,11 @@ std::vector<bool> find_filled(const float* image, Grid size, Grid grid) {
 }
 
 void put_columns(const float* image, Grid size, int32_t x, Columns& columns) {
-  const int32_t present = std::min(kColumns, size.width - x);
+  if (size.width - x >= kColumns) return columns.put_rows(0, size.height, image + x, size.width);
   for (int32_t y = 0; y < size.height; ++y) {
-    const float* row = image + std::ptrdiff_t{y} * size.width + x;
-    if (present == kColumns) {
-      // The rows lie too far apart for the processor to foresee the next sixteen columns.
-      __builtin_prefetch(row + kColumns);
-      columns.put_row(y, row);
-    } else {
-      float partial[kColumns] = {};
-      std::copy_n(row, present, partial);
-      columns.put_row(y, partial);
-    }
+    float row[kColumns] = {};
+    std::copy_n(image + std::ptrdiff_t{y} * size.width + x, size.width - x, row);
+    columns.put_rows(y, 1, row, kColumns);
   }
 }
 
@@ -89,7 +82,7 @@ void mirror(const Complex* row, Complex* opposite, int32_t width) {
 void forward(const float* image, Grid size, std::complex<float>* spectrum, Grid grid) {
   const auto rows = fourier::Transform<float>::of(grid.width);
   if (rows == nullptr) throw std::bad_alloc();
-  const auto line = fourier::aligned_array<Complex>(static_cast<std::size_t>(grid.width));
+  const auto line = memory::aligned_array<Complex>(static_cast<std::size_t>(grid.width));
   const std::vector<bool> filled = find_filled(image, size, grid);
   transform_columns(image, size, filled, spectrum, grid);
   for (int32_t y = 0; y <= grid.height / 2; ++y) {

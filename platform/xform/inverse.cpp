@@ -26,7 +26,7 @@ void hermitian_row(const Complex* row, const Complex* opposite, int32_t width, f
 void transform_rows(const Complex* spectrum, Grid grid, Complex* half, std::ptrdiff_t stride) {
   const auto rows = fourier::Transform<float>::of(grid.width);
   if (rows == nullptr) throw std::bad_alloc();
-  const auto line = fourier::aligned_array<Complex>(static_cast<std::size_t>(grid.width));
+  const auto line = memory::aligned_array<Complex>(static_cast<std::size_t>(grid.width));
   const auto half_scale = static_cast<float>(0.5 / (static_cast<double>(grid.width) * grid.height));
   for (int32_t y = 0; y <= grid.height / 2; ++y) {
     const int32_t opposite = (grid.height - y) % grid.height;
@@ -39,16 +39,11 @@ void transform_rows(const Complex* spectrum, Grid grid, Complex* half, std::ptrd
 }
 
 void get_columns(const Columns& columns, float* image, Grid grid, int32_t x) {
-  const int32_t present = std::min(kColumns, grid.width - x);
+  if (grid.width - x >= kColumns) return columns.get_rows(0, grid.height, image + x, grid.width);
   for (int32_t y = 0; y < grid.height; ++y) {
-    float* row = image + std::ptrdiff_t{y} * grid.width + x;
-    if (present == kColumns) {
-      columns.get_row(y, row);
-    } else {
-      float whole[kColumns];
-      columns.get_row(y, whole);
-      std::copy_n(whole, present, row);
-    }
+    float row[kColumns];
+    columns.get_rows(y, 1, row, kColumns);
+    std::copy_n(row, grid.width - x, image + std::ptrdiff_t{y} * grid.width + x);
   }
 }
 
@@ -57,7 +52,7 @@ void get_columns(const Columns& columns, float* image, Grid grid, int32_t x) {
 void inverse(const std::complex<float>* spectrum, Grid grid, float* image) {
   Columns columns(grid.height);
   const std::ptrdiff_t stride = (std::ptrdiff_t{grid.width} + kColumns - 1) / kColumns * kColumns;
-  const auto half = fourier::aligned_array<Complex>(static_cast<std::size_t>(columns.half_length() * stride));
+  const auto half = memory::aligned_array<Complex>(static_cast<std::size_t>(columns.half_length() * stride));
   transform_rows(spectrum, grid, half.get(), stride);
   for (int32_t x = 0; x < grid.width; x += kColumns) {
     columns.inverse(half.get() + x, stride);

@@ -28,7 +28,7 @@ class RealColumnsOf : public ::testing::Test {
     return values;
   }
   static void put(Columns& columns, const std::vector<Real>& values) {
-    for (int32_t y = 0; y < columns.length(); ++y) columns.put_row(y, values.data() + y * kColumns);
+    columns.put_rows(0, columns.length(), values.data(), kColumns);
   }
   static std::vector<Wide> column(const std::vector<Real>& values, int32_t c) {
     std::vector<Wide> out;
@@ -81,7 +81,7 @@ TYPED_TEST(RealColumnsOf, InverseUndoesForward) {
         static_cast<double>(4 * transform_tolerance(TestFixture::kUnit, values.size()) * rms(values));
     for (int32_t y = 0; y < length; ++y) {
       TypeParam row[TestFixture::kColumns];
-      columns.get_row(y, row);
+      columns.get_rows(y, 1, row, 16);
       for (int32_t c = 0; c < TestFixture::kColumns; ++c) {
         ASSERT_NEAR(row[c] / static_cast<TypeParam>(length),
                     values[static_cast<std::size_t>(y * TestFixture::kColumns + c)], tolerance)
@@ -114,7 +114,7 @@ TYPED_TEST(RealColumnsOf, ImaginaryPartsWhereAFrequencyIsItsOwnConjugateDoNotCou
   columns.inverse(half.data(), 16);
   for (int32_t y = 0; y < kLength; ++y) {
     TypeParam row[16];
-    columns.get_row(y, row);
+    columns.get_rows(y, 1, row, 16);
     EXPECT_THAT(row, ::testing::Each(TypeParam(y % 2 == 0 ? 4 : 2)));
   }
 }

@@ -8,15 +8,15 @@
 #include <thread>
 #include <vector>
 
-#include "fourier/aligned_array.h"
+#include "memory/aligned_array.h"
 #include "platform/fourier/dft_twin.h"
 
 namespace vlix::test {
 namespace {
 
-using fourier::aligned_array;
-using fourier::AlignedArray;
 using fourier::fast_length;
+using memory::aligned_array;
+using memory::AlignedArray;
 
 template <class Real>
 class TransformOf : public ::testing::Test {
