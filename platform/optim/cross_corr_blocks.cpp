@@ -230,9 +230,13 @@ BlockPlan plan_in_blocks(std::size_t tpl_width, std::size_t tpl_height, std::siz
                          std::size_t score_height) {
   const Axis x = {tpl_width, score_width};
   const Axis y = {tpl_height, score_height};
+  // Memory does not grow with the image: three spectra of eight bytes per point.
+  const std::size_t most_points = std::max(std::size_t{1} << 21, 8 * tpl_width * tpl_height);
   BlockPlan best;
   for_each_length(y, 1, [&](int32_t height) {
     for_each_length(x, kGroup, [&](int32_t width) {
+      const std::size_t points = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+      if (best.width != 0 && points > most_points) return;
       const double cost = cost_of(width, height, x, y);
       if (best.width == 0 || cost < best.cost_ns) best = {width, height, cost};
     });

@@ -3,6 +3,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "optim/cross_corr_kernels.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -121,34 +122,37 @@ void centre_row_16u(const uint16_t* from, std::size_t count, const cross_corr::L
   for (std::size_t x = 0; x < count; ++x) to[x] = static_cast<int16_t>(from[x] - 32768);
 }
 
-template <class Pixel>
+template <class Loader, class Pixel>
 void widen_row(const Pixel* from, std::size_t count, const cross_corr::Levels& levels, double* to) {
   const hn::ScalableTag<double> d;
   const std::size_t lanes = hn::Lanes(d);
-  const CentredLoader<Pixel> loader(levels);
+  const Loader loader(levels);
   std::size_t x = 0;
   for (; x + lanes <= count; x += lanes) hn::StoreU(load_centred(d, from + x, loader), d, to + x);
   if (x < count) hn::StoreU(load_centred_part(d, from + x, count - x, loader), d, to + x);
 }
 
 void widen_row_8u(const uint8_t* from, std::size_t count, const cross_corr::Levels& levels, double* to) {
-  widen_row(from, count, levels, to);
+  widen_row<CentredLoader<uint8_t>>(from, count, levels, to);
 }
 void widen_row_16u(const uint16_t* from, std::size_t count, const cross_corr::Levels& levels, double* to) {
-  widen_row(from, count, levels, to);
+  widen_row<CentredLoader<uint16_t>>(from, count, levels, to);
 }
 void widen_row_32f(const float* from, std::size_t count, const cross_corr::Levels& levels, double* to) {
-  widen_row(from, count, levels, to);
+  if (levels.finite) return widen_row<RawFloatLoader>(from, count, levels, to);
+  widen_row<CentredLoader<float>>(from, count, levels, to);
 }
 
 constexpr std::size_t kGroup = 16;
 
-template <class Pixel>
+template <class Loader, class Pixel>
 void widen_group(const Pixel* from, std::ptrdiff_t stride, std::size_t present, std::size_t rows,
                  const cross_corr::Levels& levels, double* to) {
   const hn::CappedTag<double, kGroup> d;
-  const CentredLoader<Pixel> loader(levels);
+  const Loader loader(levels);
   for (std::size_t y = 0; y < rows; ++y, from += stride, to += kGroup) {
+    // Rows lie too far apart for the processor to foresee the next group.
+    hwy::Prefetch(from + kGroup);
     if (present == kGroup) {
       for (std::size_t x = 0; x < kGroup; x += hn::Lanes(d)) hn::Store(load_centred(d, from + x, loader), d, to + x);
     } else {
@@ -159,15 +163,16 @@ void widen_group(const Pixel* from, std::ptrdiff_t stride, std::size_t present, 
 
 void widen_group_8u(const uint8_t* from, std::ptrdiff_t stride, std::size_t present, std::size_t rows,
                     const cross_corr::Levels& levels, double* to) {
-  widen_group(from, stride, present, rows, levels, to);
+  widen_group<CentredLoader<uint8_t>>(from, stride, present, rows, levels, to);
 }
 void widen_group_16u(const uint16_t* from, std::ptrdiff_t stride, std::size_t present, std::size_t rows,
                      const cross_corr::Levels& levels, double* to) {
-  widen_group(from, stride, present, rows, levels, to);
+  widen_group<CentredLoader<uint16_t>>(from, stride, present, rows, levels, to);
 }
 void widen_group_32f(const float* from, std::ptrdiff_t stride, std::size_t present, std::size_t rows,
                      const cross_corr::Levels& levels, double* to) {
-  widen_group(from, stride, present, rows, levels, to);
+  if (levels.finite) return widen_group<RawFloatLoader>(from, stride, present, rows, levels, to);
+  widen_group<CentredLoader<float>>(from, stride, present, rows, levels, to);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "optim/cross_corr_score.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -46,7 +47,7 @@ class ColumnSums {
       square[x] += value * value;
     }
   }
-  void slide(const Pixel* HWY_RESTRICT in, const Pixel* HWY_RESTRICT out) {
+  void slide(const Pixel* HWY_RESTRICT in, const Pixel* HWY_RESTRICT out, std::ptrdiff_t) {
     for (std::size_t x = 0; x < columns_; ++x) {
       const Sum entering = level(in[x]);
       const Sum leaving = level(out[x]);
@@ -54,8 +55,6 @@ class ColumnSums {
       square[x] += entering * entering - leaving * leaving;
     }
   }
-  void finish() {}
-
   Sum* HWY_RESTRICT sum;
   Sum* HWY_RESTRICT square;
 
@@ -71,10 +70,10 @@ class ColumnSums {
 
 // Float sums carry the roundings of every addition along: a bright row that has left the window leaves nothing behind
 // even if it was 10^7 times brighter than what is there now.
-template <>
-class ColumnSums<float, double> {
+template <class Loader>
+class FloatColumnSums {
  public:
-  ColumnSums(const ScoreBuffers& buffers, std::size_t columns, const cross_corr::Levels& levels)
+  FloatColumnSums(const ScoreBuffers& buffers, std::size_t columns, const cross_corr::Levels& levels)
       : sum(buffers.array<double>(0)),
         square(buffers.array<double>(1)),
         running_{buffers.array<double>(8), buffers.array<double>(9), buffers.array<double>(10),
@@ -88,22 +87,18 @@ class ColumnSums<float, double> {
   void add(const float* row) {
     for_each_vector([&](auto d, std::size_t x, std::size_t count) HWY_ATTR {
       const auto value = load(d, row + x, count);
-      accumulate(d, running_[0] + x, running_[1] + x, value);
-      accumulate(d, running_[2] + x, running_[3] + x, hn::Mul(value, value));
+      accumulate(d, 0, sum, x, value);
+      accumulate(d, 2, square, x, hn::Mul(value, value));
     });
   }
-  void slide(const float* in, const float* out) {
+  void slide(const float* in, const float* out, std::ptrdiff_t stride) {
     for_each_vector([&](auto d, std::size_t x, std::size_t count) HWY_ATTR {
+      // The rows of a tile are short and far apart: the processor does not foresee the next one.
+      hwy::Prefetch(in + x + stride);
       const auto entering = load(d, in + x, count);
       const auto leaving = load(d, out + x, count);
-      accumulate(d, running_[0] + x, running_[1] + x, entering, hn::Neg(leaving));
-      accumulate(d, running_[2] + x, running_[3] + x, hn::Mul(entering, entering), hn::Neg(hn::Mul(leaving, leaving)));
-    });
-  }
-  void finish() {
-    for_each_vector([&](auto d, std::size_t x, std::size_t) HWY_ATTR {
-      hn::Store(hn::Add(hn::Load(d, running_[0] + x), hn::Load(d, running_[1] + x)), d, sum + x);
-      hn::Store(hn::Add(hn::Load(d, running_[2] + x), hn::Load(d, running_[3] + x)), d, square + x);
+      accumulate(d, 0, sum, x, entering, hn::Neg(leaving));
+      accumulate(d, 2, square, x, hn::Mul(entering, entering), hn::Neg(hn::Mul(leaving, leaving)));
     });
   }
 
@@ -130,17 +125,18 @@ class ColumnSums<float, double> {
     return hn::Add(hn::Sub(before, hn::Sub(total, taken)), hn::Sub(value, taken));
   }
   template <class... Values>
-  static HWY_INLINE void accumulate(D d, double* total, double* error, Values... values) {
-    auto sum = hn::Load(d, total);
-    auto lost = hn::Load(d, error);
-    ((lost = hn::Add(lost, add_exactly(sum, values))), ...);
-    hn::Store(sum, d, total);
-    hn::Store(lost, d, error);
+  HWY_INLINE void accumulate(D d, std::size_t which, double* result, std::size_t x, Values... values) {
+    auto total = hn::Load(d, running_[which] + x);
+    auto lost = hn::Load(d, running_[which + 1] + x);
+    ((lost = hn::Add(lost, add_exactly(total, values))), ...);
+    hn::Store(total, d, running_[which] + x);
+    hn::Store(lost, d, running_[which + 1] + x);
+    hn::Store(hn::Add(total, lost), d, result + x);
   }
 
   double* running_[4];  // sums and their errors, squares and their errors
   std::size_t columns_;
-  CentredLoader<float> loader_;
+  Loader loader_;
 };
 
 // --- Window sums along a row.
@@ -275,13 +271,13 @@ bool score_row_with_doubt(const double* numerator, const double* deviation, cons
 
 // --- Tiles
 
-template <class Pixel, class Sum>
+template <class Sums, class Sum, class Pixel>
 bool score_rows(const Problem<Pixel>& problem, const Tile& tile, const Products& products,
                 const ScoreBuffers& buffers) {
   const std::size_t window = problem.pattern.width;
   const std::size_t count = problem.pattern.count();
   const std::size_t columns = tile.width + window - 1;
-  ColumnSums<Pixel, Sum> sums(buffers, columns, problem.levels);
+  Sums sums(buffers, columns, problem.levels);
   double* numerator = buffers.array<double>(6);
   double* deviation = buffers.array<double>(7);
   const auto row = [&](std::size_t y) { return problem.source.row(tile.y + y) + tile.x; };
@@ -290,8 +286,7 @@ bool score_rows(const Problem<Pixel>& problem, const Tile& tile, const Products&
 
   bool doubt = false;
   for (std::size_t y = 0; y < tile.height; ++y) {
-    if (y > 0) sums.slide(row(y + problem.pattern.height - 1), row(y - 1));
-    sums.finish();
+    if (y > 0) sums.slide(row(y + problem.pattern.height - 1), row(y - 1), problem.source.stride);
     const Sum* sum = window_sums(sums.sum, tile.width, window, buffers.array<Sum>(2), buffers.array<Sum>(3));
     const Sum* square = window_sums(sums.square, tile.width, window, buffers.array<Sum>(4), buffers.array<Sum>(5));
     deviations(sum, square, tile.width, count, deviation);
@@ -321,20 +316,23 @@ constexpr bool sums_fit_32_bits(std::size_t count) {
 void score_tile_8u(const Problem<uint8_t>& problem, const Tile& tile, const Products& products,
                    const ScoreBuffers& buffers) {
   if (sums_fit_32_bits(problem.pattern.count())) {
-    score_rows<uint8_t, uint32_t>(problem, tile, products, buffers);
+    score_rows<ColumnSums<uint8_t, uint32_t>, uint32_t>(problem, tile, products, buffers);
   } else {
-    score_rows<uint8_t, uint64_t>(problem, tile, products, buffers);
+    score_rows<ColumnSums<uint8_t, uint64_t>, uint64_t>(problem, tile, products, buffers);
   }
 }
 
 void score_tile_16u(const Problem<uint16_t>& problem, const Tile& tile, const Products& products,
                     const ScoreBuffers& buffers) {
-  score_rows<uint16_t, uint64_t>(problem, tile, products, buffers);
+  score_rows<ColumnSums<uint16_t, uint64_t>, uint64_t>(problem, tile, products, buffers);
 }
 
 bool score_tile_32f(const Problem<float>& problem, const Tile& tile, const Products& products,
                     const ScoreBuffers& buffers) {
-  return score_rows<float, double>(problem, tile, products, buffers);
+  if (problem.levels.finite) {
+    return score_rows<FloatColumnSums<RawFloatLoader>, double>(problem, tile, products, buffers);
+  }
+  return score_rows<FloatColumnSums<CentredLoader<float>>, double>(problem, tile, products, buffers);
 }
 
 // --- Placements one by one

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace vlix::test {
 
@@ -23,7 +24,11 @@ class GuardedMemory {
     if (body > 0 && mprotect(base_ + page, body, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
     data_ = base_ + page + (body - bytes);
   }
-  ~GuardedMemory() { munmap(base_, mapped_); }
+  GuardedMemory(GuardedMemory&& other) noexcept
+      : bytes_(other.bytes_), mapped_(other.mapped_), base_(std::exchange(other.base_, nullptr)), data_(other.data_) {}
+  ~GuardedMemory() {
+    if (base_ != nullptr) munmap(base_, mapped_);
+  }
   GuardedMemory(const GuardedMemory&) = delete;
   GuardedMemory& operator=(const GuardedMemory&) = delete;
 
