@@ -92,24 +92,26 @@ Line fit_line(const LineSums& sums, int32_t count, PointF32 first) {
   const double cyy = sums.yy - sums.y * sums.y / n;
   const double cxx = sums.xx - sums.x * sums.x / n;
 
-  Line line = {0.0, first.y};
-  if (cxx < cyy) {
-    if (cyy <= kEqualWhenSteep) {
-      // Leaves as +pi/2, for which rho should be -x; kept on purpose.
-      line = {-std::numbers::pi / 2, first.x};
+  Line line;
+  if (cxx >= cyy) {
+    if (cxx <= kEqualWhenFlat) {
+      line = {0.0, first.y};
     } else {
-      const double slope = cxy / cyy;
-      const double intercept = (sums.x - slope * sums.y) / n;
-      line.phi = -std::atan2(cxy, cyy) - std::numbers::pi / 2;
+      const double slope = cxy / cxx;
+      const double intercept = (sums.y - slope * sums.x) / n;
+      line.phi = std::atan2(cxy, cxx);
       normalise(line.phi);
-      line.rho = -intercept * std::sin(line.phi);
+      line.rho = intercept * std::cos(line.phi);
     }
-  } else if (!(cxx <= kEqualWhenFlat)) {
-    const double slope = cxy / cxx;
-    const double intercept = (sums.y - slope * sums.x) / n;
-    line.phi = std::atan2(cxy, cxx);
+  } else if (cyy <= kEqualWhenSteep) {
+    // Leaves as +pi/2, for which rho should be -x; kept on purpose.
+    line = {-std::numbers::pi / 2, first.x};
+  } else {
+    const double slope = cxy / cyy;
+    const double intercept = (sums.x - slope * sums.y) / n;
+    line.phi = -std::atan2(cxy, cyy) - std::numbers::pi / 2;
     normalise(line.phi);
-    line.rho = intercept * std::cos(line.phi);
+    line.rho = -intercept * std::sin(line.phi);
   }
   normalise(line.phi);
   return line;
