@@ -728,10 +728,71 @@ VLIX_API VlixStatus vlix_samplepath_line(const VlixImage* image, PointF32 start,
                                          VlixVector* positions, int32_t* numSamples, float sampleSpacing, int32_t mode,
                                          const VlixObj* invalidValue);
 
+/**
+ * Fits a straight line to float points, if asked after removing the worst points one by one.
+ *
+ * The line is -x sin(phi) + y cos(phi) = rho, with phi in (-90, 90] degrees: the regression of y on x where the points
+ * spread at least as much in x as in y, else of x on y. With sums S over the n points in doubles, Cxy = Sxy - Sy Sx /
+ * n, Cxx and Cyy likewise:
+ *
+ * | case | phi | rho |
+ * | --- | --- | --- |
+ * | Cxx >= Cyy | atan2(Cxy, Cxx) | (Sy - a Sx) / n cos(phi), a = Cxy / Cxx |
+ * | Cxx < Cyy | -atan2(Cxy, Cyy) - 90 degrees | -(Sx - a Sy) / n sin(phi), a = Cxy / Cyy |
+ * | Cxx >= Cyy, Cxx <= 1e-5 | 0 | y of the first point |
+ * | Cxx < Cyy, Cyy <= 1e-4 | 90 degrees | x of the first point; the normal form has -x |
+ *
+ * r = (count * discardPercent + 50) / 100 points are discarded, in 32-bit integers that wrap, none where that is
+ * negative, and so few that two points stay. Each time the point with the largest distance to the line goes, the first
+ * of equals, and the others are fitted again. Distances are 32-bit floats: the distance from the point to the foot of
+ * its perpendicular, which lies at R cos(atan2(y, x) - phi) along the line, where R is the root of squares formed in
+ * single precision.
+ *
+ * The mean distance is the running float sum of the kept points' distances in order, times 1000, divided by their
+ * number (both in float), truncated toward zero, divided by 1000.
+ *
+ * Sums of squares of raw coordinates lose digits far from the origin; docs/numerics.md shows how many.
+ *
+ * Reports, the first that applies: type of @p points, type of @p pOutPoints where it has a buffer, no memory for the
+ * temporary vector, fewer than two points ("linearRegression: vector of size %d specified"), then @p pOutPoints with a
+ * buffer but without @p pOutPointsNum ("linearRegression: pOutPointsNum is NULL"; angle, rho and mean are already
+ * written). Kept points that cannot be obtained are reported by the object library, whose value is returned.
+ *
+ * Cost: one pass over the points, another one for the mean distance. With points to discard a copy and, while there is
+ * memory (about 33 bytes per point), some passes more and a small part of the points for each; without that memory, or
+ * for coordinates beyond 1e18, a pass of trigonometry for each, with the same result.
+ *
+ * @param[in] points vector of PointF32, in pixels; it is not changed
+ * @param[in] discardPercent percentage of points to discard, 0 = none, any value
+ * @param[out] angle receives phi in degrees; null: not wanted
+ * @param[out] rho receives rho; null: not wanted
+ * @param[out] meanDist receives the mean distance of the kept points; null: not wanted
+ * @param[out] pOutPoints made a PointF32 vector of the kept points in their order; may be null, may be @p points. With
+ *   angle, rho and mean null as well, only the arguments are checked
+ * @param[out] pOutPointsNum receives the number of kept points, if pOutPoints is given; may be null where pOutPoints
+ *   has no buffer yet
+ * @return 0, the status of the report, or what shaping @p pOutPoints returned
+ */
 VLIX_API VlixStatus vlix_linearRegressionFloat(const VlixVector* points, uint32_t discardPercent, float* angle,
                                                float* rho, float* meanDist, VlixVector* pOutPoints,
                                                int32_t* pOutPointsNum);
 
+/**
+ * Fits a straight line to integer points, see vlix_linearRegressionFloat.
+ *
+ * Coordinates become floats, exactly up to 2^24 in magnitude, and are truncated toward zero where kept points are
+ * handed out (values that do not fit 32 bits any more become -2147483648). The report about a missing @p pOutPointsNum
+ * reads "linearRegression: if pOutPoints is preallocated, pOutPointsNum should not be NULL".
+ *
+ * @param[in] points vector of PointI32, in pixels; it is not changed
+ * @param[in] discardPercent as for vlix_linearRegressionFloat
+ * @param[out] angle as for vlix_linearRegressionFloat
+ * @param[out] rho as for vlix_linearRegressionFloat
+ * @param[out] meanDist as for vlix_linearRegressionFloat
+ * @param[out] pOutPoints made a PointI32 vector of the kept points in their order; may be null, may be @p points
+ * @param[out] pOutPointsNum as for vlix_linearRegressionFloat
+ * @return 0, the status of the report, or what shaping @p pOutPoints returned
+ */
 VLIX_API VlixStatus vlix_linearRegressionInt(const VlixVector* points, uint32_t discardPercent, float* angle,
                                              float* rho, float* meanDist, VlixVector* pOutPoints,
                                              int32_t* pOutPointsNum);

@@ -250,7 +250,7 @@ std::vector<PointF32> make_points(const Hazard& hazard, int count, std::mt19937_
 
 TEST_P(LineFitHazards, OutputsAreTheTwins) {
   std::mt19937_64 random(2);
-  for (int round = 0; round < 250; ++round) {
+  for (int round = 0; round < 120; ++round) {
     // Around the size from which few distances are evaluated, and beyond.
     const int count = round % 10 == 0 ? 400 : 2 + static_cast<int>(random() % 80);
     const auto percent = static_cast<uint32_t>(round % 4 == 0 ? 0 : random() % 60);
@@ -376,7 +376,7 @@ TEST(LineDistances, TheCheapDistanceKeepsItsBound) {
   std::mt19937_64 random(3);
   std::normal_distribution<double> noise;
   double worst = 0;
-  for (int round = 0; round < 200000; ++round) {
+  for (int round = 0; round < 60000; ++round) {
     const double scale = std::exp2(static_cast<double>(random() % 60) - 30);
     Line line = {std::uniform_real_distribution<double>(-kPiTwin / 2, kPiTwin / 2)(random), noise(random) * scale};
     const double special[] = {0.0, kPiTwin / 2, kPiTwin / 4, -kPiTwin / 4, std::nextafter(kPiTwin / 4, 1.0)};
