@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <tuple>
 
 #include "match/scores.h"
 #include "match/sod_twin.h"
@@ -8,6 +10,8 @@
 
 namespace vlix::test {
 namespace {
+
+using ::testing::Each;
 
 template <class Target, class Template>
 void expect_twin(int32_t level, int32_t width, int32_t height, int32_t target_width, int32_t target_height, Fill fill,
@@ -18,6 +22,30 @@ void expect_twin(int32_t level, int32_t width, int32_t height, int32_t target_wi
   OutputImage dst;
   ASSERT_EQ(vlix_sod(&target.record, &templ.record, &dst.record), 0);
   ASSERT_EQ(region_values<uint16_t>(dst), sod_twin(target, templ)) << "seed " << seed << " level " << level;
+}
+
+TEST(SodSlow, BytesWrapOnThePlainRouteAndAreLimitedByTheDoubleOnTheOther) {
+  // 16843010 * 255 = 2^32 + 254.
+  TestImage<uint8_t> target(1684301 + 39, 10);
+  TestImage<uint8_t> templ(1684301, 10, Fill::kHighest, 0);
+  for (const auto& [columns, level, expected] :
+       {std::tuple<int32_t, int32_t, int>{1, 0, 254}, {40, 0, 254}, {1, 1, 65535}}) {
+    const LevelScope scope(level);
+    target.record.roiWidth = 1684301 + columns - 1;
+    OutputImage dst;
+    ASSERT_EQ(vlix_sod(&target.record, &templ.record, &dst.record), 0);
+    EXPECT_THAT(region_values<uint16_t>(dst), Each(expected));
+  }
+}
+
+TEST(SodSlow, LargestByteSumsBelowTheWrapSaturate) {
+  // 16843009 * 255 = 2^32 - 1; 16843009 = 257 * 65537.
+  const LevelScope scope(0);
+  TestImage<uint8_t> target(65537 + 9, 257);
+  TestImage<uint8_t> templ(65537, 257, Fill::kHighest, 0);
+  OutputImage dst;
+  ASSERT_EQ(vlix_sod(&target.record, &templ.record, &dst.record), 0);
+  EXPECT_THAT(region_values<uint16_t>(dst), Each(65535));
 }
 
 TEST(SodSlow, LargeImagesOfEveryPairOfTypes) {

@@ -363,30 +363,6 @@ TEST(Sod, SumsWrapBeforeTheySaturate) {
   }
 }
 
-TEST(Sod, BytesWrapOnThePlainRouteAndAreLimitedByTheDoubleOnTheOther) {
-  // 16843010 * 255 = 2^32 + 254.
-  TestImage<uint8_t> target(1684301 + 39, 10);
-  TestImage<uint8_t> templ(1684301, 10, Fill::kHighest, 0);
-  for (const auto& [columns, level, expected] :
-       {std::tuple<int32_t, int32_t, int>{1, 0, 254}, {40, 0, 254}, {1, 1, 65535}}) {
-    const LevelScope scope(level);
-    target.record.roiWidth = 1684301 + columns - 1;
-    OutputImage dst;
-    ASSERT_EQ(vlix_sod(&target.record, &templ.record, &dst.record), 0);
-    EXPECT_THAT(region_values<uint16_t>(dst), Each(expected));
-  }
-}
-
-TEST(Sod, LargestByteSumsBelowTheWrapSaturate) {
-  // 16843009 * 255 = 2^32 - 1; 16843009 = 257 * 65537.
-  const LevelScope scope(0);
-  TestImage<uint8_t> target(65537 + 9, 257);
-  TestImage<uint8_t> templ(65537, 257, Fill::kHighest, 0);
-  OutputImage dst;
-  ASSERT_EQ(vlix_sod(&target.record, &templ.record, &dst.record), 0);
-  EXPECT_THAT(region_values<uint16_t>(dst), Each(65535));
-}
-
 TEST(Sod, MixedSignsAreWidenedBeforeTheDifference) {
   EXPECT_EQ((score_of<int8_t, uint8_t>({-128}, {255})), 383);
   EXPECT_EQ((score_of<uint8_t, int8_t>({255}, {-128})), 383);
