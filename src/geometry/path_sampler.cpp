@@ -73,7 +73,10 @@ void PointReader::read(const float* x, const float* y, int32_t count, float* val
 }
 
 PathSampler::PathSampler(const VlixImage& image, const VlixVector& path, float spacing)
-    : vertices_(elements<const PointF32>(path)), segment_count_(path.count - 1), spacing_(spacing), bounds_(image) {}
+    : vertices_(elements<const PointF32>(path)),
+      segment_count_(path.count > 0 ? path.count - 1 : -1),
+      spacing_(spacing),
+      bounds_(image) {}
 
 bool PathSampler::allocate() {
   if (segment_count_ < 0) return false;

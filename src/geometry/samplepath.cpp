@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Image values at points and along poly-lines.
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -139,7 +140,7 @@ extern "C" VlixStatus vlix_samplepath_lines(const VlixImage* image, const VlixVe
   const PointReader reader(*image, mode, invalid);
   if (!reader.is_supported()) return report("samplepath_lines: image format not suppported\n");
   sampler.sample(reader, {elements<float>(*values), positions == nullptr ? nullptr : elements<PointF32>(*positions),
-                          samples.count, samples.adds_end});
+                          std::min(samples.count, values->count / channels), samples.adds_end});
   return kSuccess;
 }
 

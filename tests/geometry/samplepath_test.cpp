@@ -382,5 +382,29 @@ TEST_F(LineChecks, ReportsOfValueZeroEndAndStayInside) {
 
 TEST_F(LineChecks, NotANumberAsSpacingFailsToShape) { EXPECT_NE(call({{3, 3}, {8, 3}}, kNan, 1), 0); }
 
+// Three values per sample make a product that wraps: the vector is much shorter than the samples are many.
+TEST(SamplePathMemory, ColoursStopAtTheEndOfAVectorWhoseLengthHasWrapped) {
+  TestImage<Rgba> image(9, 1);
+  TestVector<float> memory(std::vector<float>(4000));
+  VlixVector values = {};
+  ASSERT_EQ(VlixVectorWrap(&values, ObjType_F32, memory.data(), 4000), 0);
+  int32_t samples = 0;
+  ASSERT_EQ(
+      vlix_samplepath_line(&image.record, {0, 0}, {8, 0}, &values, nullptr, &samples, 8.0f / 1431655936.0f, 1, nullptr),
+      0);
+  ASSERT_GT(samples, 1431655765);
+  EXPECT_EQ(static_cast<uint32_t>(values.count), static_cast<uint32_t>(samples) * 3u);
+  VlixVectorRelease(&values, 0);
+}
+
+TEST(SamplePathMemory, NegativeNumbersOfVerticesAreNoPath) {
+  TestImage<float> image(9, 9);
+  OutputVector values;
+  for (const int32_t count : {0, -1, std::numeric_limits<int32_t>::min()}) {
+    const VlixVector path = {ObjType_PointF32, nullptr, count, 0};
+    EXPECT_NE(vlix_samplepath_lines(&image.record, &path, &values.record, nullptr, nullptr, 1.0f, 1, nullptr), 0);
+  }
+}
+
 }  // namespace
 }  // namespace vlix::test
