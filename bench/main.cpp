@@ -2,6 +2,7 @@
 // Runs every case: first verified, then timed beside its peer in interleaved repetitions, of which the medians count.
 //
 //   vlix_bench [--quick] [--filter TEXT] [--repetitions N] [--markdown FILE]
+//   vlix_bench --overhead | --growth [--quick]
 
 #include <benchmark/benchmark.h>
 
@@ -14,6 +15,7 @@
 
 #include "harness.h"
 #include "peers.h"
+#include "tables.h"
 #include "vlix/object.h"
 
 namespace vlix::bench {
@@ -29,6 +31,8 @@ struct Options {
   std::string filter;
   int repetitions = 0;
   std::string markdown;
+  bool overhead = false;
+  bool growth = false;
 };
 
 // Collects the real time of each repetition, in seconds.
@@ -178,6 +182,10 @@ Options parse(int argc, char** argv) {
     const bool has_value = i + 1 < argc;
     if (std::strcmp(argv[i], "--quick") == 0) {
       options.quick = true;
+    } else if (std::strcmp(argv[i], "--overhead") == 0) {
+      options.overhead = true;
+    } else if (std::strcmp(argv[i], "--growth") == 0) {
+      options.growth = true;
     } else if (std::strcmp(argv[i], "--filter") == 0 && has_value) {
       options.filter = argv[++i];
     } else if (std::strcmp(argv[i], "--repetitions") == 0 && has_value) {
@@ -185,7 +193,9 @@ Options parse(int argc, char** argv) {
     } else if (std::strcmp(argv[i], "--markdown") == 0 && has_value) {
       options.markdown = argv[++i];
     } else {
-      std::fprintf(stderr, "usage: vlix_bench [--quick] [--filter TEXT] [--repetitions N] [--markdown FILE]\n");
+      std::fprintf(stderr,
+                   "usage: vlix_bench [--quick] [--filter TEXT] [--repetitions N] [--markdown FILE]\n"
+                   "       vlix_bench --overhead | --growth [--quick]\n");
       std::exit(2);
     }
   }
@@ -230,5 +240,7 @@ int main(int argc, char** argv) {
   char* benchmark_argv[] = {name, interleave, nullptr};
   benchmark::Initialize(&benchmark_argc, benchmark_argv);
   vlix::bench::use_one_peer_thread();
-  return vlix::bench::run_all(options);
+  if (options.overhead) vlix::bench::print_call_overheads();
+  if (options.growth) vlix::bench::print_growth(options.quick);
+  return options.overhead || options.growth ? 0 : vlix::bench::run_all(options);
 }
