@@ -661,6 +661,8 @@ VLIX_API VlixStatus vlix_projectionInt(const VlixImage* image, VlixVector* rowPr
  * a type without kernel ("samplepath_point: image format not suppported"). A status channel whose value is 0 lets
  * processing go on after the first two. Where there is no pixel then, and for NaN coordinates, the result is NaN.
  *
+ * Cost: constant.
+ *
  * @param[in] image U8, S8, U16, S16, F32, or four-byte colour (Rgba8, Colour20, Colour21, Colour30)
  * @param[in] point column and row in image coordinates, not relative to the region
  * @param[out] result one value; for colour three, channels 2, 1, 0; null: validate only
