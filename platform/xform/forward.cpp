@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "fourier/mirror.h"
 #include "fourier/real_columns.h"
 #include "xform/spectrum.h"
 
@@ -68,15 +69,6 @@ void clear_blanks(Complex* row, const std::vector<bool>& filled) {
   }
 }
 
-// The spectrum of a real image is conjugate at opposite frequencies.
-void mirror(const Complex* row, Complex* opposite, int32_t width) {
-  constexpr uint64_t kSignOfImaginary = uint64_t{1} << 63;
-  opposite[0] = std::conj(row[0]);
-  for (int32_t x = 1; x < width; ++x) {
-    opposite[x] = std::bit_cast<Complex>(std::bit_cast<uint64_t>(row[width - x]) ^ kSignOfImaginary);
-  }
-}
-
 }  // namespace
 
 void forward(const float* image, Grid size, std::complex<float>* spectrum, Grid grid) {
@@ -91,7 +83,10 @@ void forward(const float* image, Grid size, std::complex<float>* spectrum, Grid 
     rows->forward(row, line.get());
     std::copy_n(line.get(), grid.width, row);
     const int32_t opposite = (grid.height - y) % grid.height;
-    if (opposite != y) mirror(line.get(), spectrum + std::ptrdiff_t{opposite} * grid.width, grid.width);
+    if (opposite == y) continue;
+    // The spectrum of a real image is conjugate at opposite frequencies.
+    fourier::mirror_row(line.get(), static_cast<std::size_t>(grid.width),
+                        spectrum + std::ptrdiff_t{opposite} * grid.width);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <new>
 
+#include "fourier/mirror.h"
 #include "fourier/real_columns.h"
 #include "xform/spectrum.h"
 
@@ -16,12 +17,6 @@ using Complex = std::complex<float>;
 using Columns = fourier::RealColumns<float>;
 constexpr int32_t kColumns = Columns::kColumns;
 
-// Twice the Hermitian part of one row, times half the scale.
-void hermitian_row(const Complex* row, const Complex* opposite, int32_t width, float half_scale, Complex* out) {
-  out[0] = (row[0] + std::conj(opposite[0])) * half_scale;
-  for (int32_t x = 1; x < width; ++x) out[x] = (row[x] + std::conj(opposite[width - x])) * half_scale;
-}
-
 // Transforms the upper half of the rows into `half`, whose rows are `stride` apart.
 void transform_rows(const Complex* spectrum, Grid grid, Complex* half, std::ptrdiff_t stride) {
   const auto rows = fourier::Transform<float>::of(grid.width);
@@ -30,8 +25,8 @@ void transform_rows(const Complex* spectrum, Grid grid, Complex* half, std::ptrd
   const auto half_scale = static_cast<float>(0.5 / (static_cast<double>(grid.width) * grid.height));
   for (int32_t y = 0; y <= grid.height / 2; ++y) {
     const int32_t opposite = (grid.height - y) % grid.height;
-    hermitian_row(spectrum + std::ptrdiff_t{y} * grid.width, spectrum + std::ptrdiff_t{opposite} * grid.width,
-                  grid.width, half_scale, line.get());
+    fourier::hermitian_row(spectrum + std::ptrdiff_t{y} * grid.width, spectrum + std::ptrdiff_t{opposite} * grid.width,
+                           static_cast<std::size_t>(grid.width), half_scale, line.get());
     Complex* row = half + y * stride;
     rows->inverse(line.get(), row);
     std::fill(row + grid.width, row + stride, Complex());
