@@ -14,6 +14,8 @@ function(vlix_library target output_name map)
     C_VISIBILITY_PRESET hidden
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
+    # The installed libraries find one another wherever they lie; LD_LIBRARY_PATH still comes first.
+    INSTALL_RPATH "$ORIGIN"
     LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${map})
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
