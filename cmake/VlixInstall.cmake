@@ -16,6 +16,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/VlixMeasConfigVersion.cmake
 install(FILES ${CMAKE_BINARY_DIR}/VlixMeasConfig.cmake ${CMAKE_BINARY_DIR}/VlixMeasConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VlixMeas COMPONENT development)
 
+# The files find the tree that they lie in.
+file(RELATIVE_PATH VLIX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 function(vlix_pkg_config name description requires)
   set(VLIX_PC_NAME ${name})
   set(VLIX_PC_DESCRIPTION ${description})
