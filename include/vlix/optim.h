@@ -152,11 +152,11 @@ VLIX_API int32_t vlix_ippiCountInRange_8u_C1R(const uint8_t* src, int32_t step, 
  * correlation coefficient of the template and the covered patch, within [-1, 1]; exactly 0 where either is flat or, for
  * floats, holds a pixel that is not finite. The error is below 2e-6, typically 3e-8 (the rounding to a float), however
  * little a patch deviates and whatever lies beside it; scores may differ in the last bit between processors. Refused
- * besides: a template wider or higher than the source. Non-zero also when there is no memory; dst may then be written in
- * part. dst must not overlap src.
+ * besides: a template wider or higher than the source. Non-zero also when there is no memory; dst may then be written
+ * in part. dst must not overlap src.
  *
- * Products are multiplied out or come from Fourier transforms of blocks, whichever costs less; the memory needed depends
- * on the template's size, not on the image's. */
+ * Products are multiplied out or come from Fourier transforms of blocks, whichever costs less; the memory needed
+ * depends on the template's size, not on the image's. */
 /** @{ */
 VLIX_API int32_t vlix_ippiCrossCorrValid_NormLevel_8u32f_C1R(const uint8_t* src, int32_t step, VlixSize size,
                                                              const uint8_t* tpl, int32_t tplStep, VlixSize tplSize,

@@ -265,8 +265,8 @@ int64_t heap_in_use() {
   return static_cast<int64_t>(heap.uordblks + heap.hblkhd);
 }
 
-// Runs out of memory at every request in turn: the result, then the work memory. All of it is too large for the pools of
-// released memory.
+// Runs out of memory at every request in turn: the result, then the work memory. All of it is too large for the pools
+// of released memory.
 TEST(FftFailure, RunningOutOfMemoryIsRefusedAndLeaksNothing) {
   TestImage<float> image(2500, 2500, Fill::kConstant, 1);
   const TestSpectrum spectrum({4096, 2112}, 0);
