@@ -63,7 +63,7 @@ class BlockCorrelator {
         block_height_(std::min(height_ - problem.pattern.height + 1, problem.scores.height)),
         sums_stride_((block_width_ + kGroup - 1) / kGroup * kGroup),
         sums_(memory::aligned_array<double>(block_height_ * sums_stride_)),
-        buffers_(block_width_ + problem.pattern.width) {
+        buffers_(block_width_ + problem.pattern.width, problem.source.width) {
     if (rows_ == nullptr) throw std::bad_alloc();
     transform_template();
   }
@@ -186,17 +186,15 @@ struct Axis {
   std::size_t source() const { return scores + tpl - 1; }
 };
 
-// Nanoseconds. Besides the transforms, every point costs its way through memory, more of them when the ring, the
-// product and the template's spectrum do not fit the second cache together. Measured; the pick is within 10 % of the
-// best one.
+// Nanoseconds. Besides the transforms every point costs its way through memory; columns more of it the less of a
+// spectrum fits the second cache. Measured; the pick is mostly within 10 % of the best one.
 double cost_of(int32_t width, int32_t height, const Axis& x, const Axis& y) {
-  constexpr double kSpectrumInCache = 1.2e6;
+  constexpr double kPerRowPoint = 1.25;
   const auto length_x = static_cast<std::size_t>(width);
   const auto length_y = static_cast<std::size_t>(height);
   const auto half_height = static_cast<double>(height / 2 + 1);
-  const bool in_cache = 16 * half_height * width < kSpectrumInCache;
-  const double per_column_point = in_cache ? 0.1 : 0.4;
-  const double per_row_point = in_cache ? 0.55 : 1.8;
+  const double spectrum_bytes = 16 * half_height * width;
+  const double per_column_point = spectrum_bytes < 1.2e6 ? 0.1 : spectrum_bytes < 4e6 ? 0.3 : 1.3;
   const std::size_t yield_x = length_x >= x.source() ? x.scores : yield_of(length_x, x.tpl);
   const std::size_t yield_y = length_y - y.tpl + 1;
   const auto bands = static_cast<double>((y.scores + yield_y - 1) / yield_y);
@@ -204,9 +202,11 @@ double cost_of(int32_t width, int32_t height, const Axis& x, const Axis& y) {
   const double column = fourier::transform_cost(height) / 2 + per_column_point * height;
   const double row = fourier::transform_cost(width);
   const double band =
-      column * static_cast<double>(x.source() + x.scores) + blocks * half_height * (2 * row + per_row_point * width);
+      column * static_cast<double>(x.source() + x.scores) + blocks * half_height * (2 * row + kPerRowPoint * width);
   const double tpl = column * static_cast<double>(x.tpl) + half_height * row;
-  return bands * band + tpl;
+  // Column sums, which neighbouring blocks both need.
+  const double sums = 0.6 * blocks * static_cast<double>(x.tpl) * static_cast<double>(y.scores);
+  return bands * band + tpl + sums;
 }
 
 // Calls use(length) for the transform lengths worth a try: powers of two and five times such, from one that yields a

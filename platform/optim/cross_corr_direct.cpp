@@ -165,7 +165,7 @@ void score_tiles(const Problem<Pixel>& problem, const Weights<Weight>& weights, 
   const std::size_t rows = height + weights.rows - 1;
   const auto image = memory::aligned_array<Image>(columns * rows);
   const auto sums = memory::aligned_array<double>(width * height);
-  const ScoreBuffers buffers(width + pattern.width);
+  ScoreBuffers buffers(width + pattern.width, problem.source.width);
   std::fill_n(image.get(), columns * rows, Image{0});
   products.first = sums.get();
   products.stride = width;

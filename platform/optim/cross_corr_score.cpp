@@ -40,6 +40,14 @@ class ColumnSums {
     std::fill_n(sum, columns_, Sum{0});
     std::fill_n(square, columns_, Sum{0});
   }
+  void load(const ScoreBuffers& buffers, std::size_t x) {
+    std::copy_n(buffers.first_sums<Sum>(0) + x, columns_, sum);
+    std::copy_n(buffers.first_sums<Sum>(1) + x, columns_, square);
+  }
+  void save(const ScoreBuffers& buffers, std::size_t x) const {
+    std::copy_n(sum, columns_, buffers.next_sums<Sum>(0) + x);
+    std::copy_n(square, columns_, buffers.next_sums<Sum>(1) + x);
+  }
   void add(const Pixel* HWY_RESTRICT row) {
     for (std::size_t x = 0; x < columns_; ++x) {
       const Sum value = level(row[x]);
@@ -83,6 +91,16 @@ class FloatColumnSums {
 
   void start() {
     for (double* array : running_) std::fill_n(array, columns_, 0.0);
+  }
+  void load(const ScoreBuffers& buffers, std::size_t x) {
+    for (std::size_t i = 0; i < 4; ++i) std::copy_n(buffers.first_sums<double>(i) + x, columns_, running_[i]);
+    for (std::size_t i = 0; i < columns_; ++i) {
+      sum[i] = running_[0][i] + running_[1][i];
+      square[i] = running_[2][i] + running_[3][i];
+    }
+  }
+  void save(const ScoreBuffers& buffers, std::size_t x) const {
+    for (std::size_t i = 0; i < 4; ++i) std::copy_n(running_[i], columns_, buffers.next_sums<double>(i) + x);
   }
   void add(const float* row) {
     for_each_vector([&](auto d, std::size_t x, std::size_t count) HWY_ATTR {
@@ -281,12 +299,19 @@ bool score_rows(const Problem<Pixel>& problem, const Tile& tile, const Products&
   double* numerator = buffers.array<double>(6);
   double* deviation = buffers.array<double>(7);
   const auto row = [&](std::size_t y) { return problem.source.row(tile.y + y) + tile.x; };
-  sums.start();
-  for (std::size_t y = 0; y < problem.pattern.height; ++y) sums.add(row(y));
+  const auto slide_to = [&](std::size_t y) {
+    sums.slide(row(y + problem.pattern.height - 1), row(y - 1), problem.source.stride);
+  };
+  if (tile.y > 0) {
+    sums.load(buffers, tile.x);
+  } else {
+    sums.start();
+    for (std::size_t y = 0; y < problem.pattern.height; ++y) sums.add(row(y));
+  }
 
   bool doubt = false;
   for (std::size_t y = 0; y < tile.height; ++y) {
-    if (y > 0) sums.slide(row(y + problem.pattern.height - 1), row(y - 1), problem.source.stride);
+    if (y > 0) slide_to(y);
     const Sum* sum = window_sums(sums.sum, tile.width, window, buffers.array<Sum>(2), buffers.array<Sum>(3));
     const Sum* square = window_sums(sums.square, tile.width, window, buffers.array<Sum>(4), buffers.array<Sum>(5));
     deviations(sum, square, tile.width, count, deviation);
@@ -304,6 +329,10 @@ bool score_rows(const Problem<Pixel>& problem, const Tile& tile, const Products&
     } else {
       score_row(cross, deviation, products.scale, tile.width, to);
     }
+  }
+  if (tile.y + tile.height < problem.scores.height) {
+    slide_to(tile.height);
+    sums.save(buffers, tile.x);
   }
   return doubt;
 }
@@ -458,26 +487,29 @@ std::size_t padded(std::size_t columns) { return (columns + 32 + 31) / 32 * 32; 
 
 namespace cross_corr {
 
-ScoreBuffers::ScoreBuffers(std::size_t columns)
-    : stride(padded(columns)), memory(memory::aligned_array<double>(kArrays * stride)) {
-  std::fill_n(memory.get(), kArrays * stride, 0.0);
+ScoreBuffers::ScoreBuffers(std::size_t columns, std::size_t source_columns)
+    : stride_(padded(columns)),
+      source_stride_(padded(source_columns)),
+      memory_(memory::aligned_array<double>(kArrays * stride_)),
+      sums_(memory::aligned_array<double>(2 * kSums * source_stride_)) {
+  std::fill_n(memory_.get(), kArrays * stride_, 0.0);
 }
 
 template <>
-void score_tile(const Problem<uint8_t>& problem, const Tile& tile, const Products& products,
-                const ScoreBuffers& buffers) {
+void score_tile(const Problem<uint8_t>& problem, const Tile& tile, const Products& products, ScoreBuffers& buffers) {
+  buffers.enter_band(tile.y);
   HWY_DYNAMIC_DISPATCH(score_tile_8u)(problem, tile, products, buffers);
 }
 
 template <>
-void score_tile(const Problem<uint16_t>& problem, const Tile& tile, const Products& products,
-                const ScoreBuffers& buffers) {
+void score_tile(const Problem<uint16_t>& problem, const Tile& tile, const Products& products, ScoreBuffers& buffers) {
+  buffers.enter_band(tile.y);
   HWY_DYNAMIC_DISPATCH(score_tile_16u)(problem, tile, products, buffers);
 }
 
 template <>
-void score_tile(const Problem<float>& problem, const Tile& tile, const Products& products,
-                const ScoreBuffers& buffers) {
+void score_tile(const Problem<float>& problem, const Tile& tile, const Products& products, ScoreBuffers& buffers) {
+  buffers.enter_band(tile.y);
   const bool doubt = HWY_DYNAMIC_DISPATCH(score_tile_32f)(problem, tile, products, buffers);
   if (doubt || !problem.levels.finite) repair_tile(problem, tile, HWY_DYNAMIC_DISPATCH(single_score_32f));
 }
