@@ -64,10 +64,12 @@ void merge_rows(const Real* half, std::ptrdiff_t stride, const Pairs<Real>& pair
       const Real* b = half + 2 * (pair + kPairs);
       Real* z = pairs.first + pair * pairs.stride + 2 * k;
       Real* w = pairs.first + pair * pairs.stride + 2 * opposite(k, pairs.length);
+      const Real real = z == w ? a[0] : a[0] - b[1];
+      const Real imaginary = z == w ? b[0] : b[0] + a[1];
       w[0] = a[0] + b[1];
       w[1] = b[0] - a[1];
-      z[0] = a[0] - b[1];
-      z[1] = b[0] + a[1];
+      z[0] = real;
+      z[1] = imaginary;
     }
   }
 }

@@ -44,7 +44,12 @@ struct DoubleOps {
   }
 };
 
-#if HWY_TARGET != HWY_SCALAR
+// Highway leaves open which products of words a lane adds up; on x86 it is those of neighbours, which is what counts
+// here.
+#undef VLIX_HAS_WORDS
+#define VLIX_HAS_WORDS (HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128)
+
+#if VLIX_HAS_WORDS
 
 struct WordOps {
   using D16 = hn::ScalableTag<int16_t>;
@@ -91,23 +96,23 @@ void correlate_doubles(const BlockJob<double, double>& job) { correlate_blocks(j
 
 void correlate_words([[maybe_unused]] const BlockJob<int16_t, int32_t>& job, [[maybe_unused]] double scale,
                      [[maybe_unused]] bool add) {
-#if HWY_TARGET != HWY_SCALAR
+#if VLIX_HAS_WORDS
   correlate_blocks(job, WordOps{scale, add});
 #endif
 }
 
 // Products per nanosecond: measured, see docs/performance.md.
 KernelPlan words_plan() {
-#if HWY_TARGET == HWY_SCALAR
-  return {};
-#else
+#if VLIX_HAS_WORDS
   const double rate = HWY_TARGET == HWY_AVX3 ? 210 : HWY_TARGET == HWY_AVX2 ? 115 : 50;
   return {WordOps::kWidth, rate};
+#else
+  return {};
 #endif
 }
 
 KernelPlan doubles_plan() {
-  const double rate = HWY_TARGET == HWY_AVX3 ? 60 : HWY_TARGET == HWY_AVX2 ? 32 : HWY_TARGET == HWY_SCALAR ? 6 : 12;
+  const double rate = HWY_TARGET == HWY_AVX3 ? 60 : HWY_TARGET == HWY_AVX2 ? 32 : VLIX_HAS_WORDS ? 12 : 6;
   return {DoubleOps::kWidth, rate};
 }
 
