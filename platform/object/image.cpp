@@ -6,6 +6,7 @@
 #include "object/registry.h"
 #include "object/report.h"
 #include "object/shape.h"
+#include "object/type_info.h"
 #include "vlix/object.h"
 
 namespace {
@@ -41,13 +42,13 @@ int32_t VlixImageTryUseReservedMem(VlixImage* image, int32_t type, int32_t width
   const auto bytes = image_bytes(type, width, height);
   if (!bytes) {
     return report_message("%s: cannot make an image of %d x %d pixels of type %s\n", operation, width, height,
-                          VlixObjGetName(type));
+                          type_info(type).name);
   }
   const int64_t described = image_bytes(static_cast<int32_t>(image->type), image->width, image->height).value_or(0);
   switch (fit(image->data, described, *bytes)) {
     case Fit::kRefuse:
       return report_message("%s: the image's own memory is too small for %d x %d pixels of type %s\n", operation, width,
-                            height, VlixObjGetName(type));
+                            height, type_info(type).name);
     case Fit::kReplace: {
       void* data = allocate_buffer(*bytes);
       if (data == nullptr) return report_out_of_memory(operation, *bytes);
@@ -65,7 +66,7 @@ int32_t VlixImageWrap(VlixImage* image, int32_t type, void* data, int32_t width,
   const auto bytes = image_bytes(type, width, height);
   if (!bytes) {
     return report_message("imageWrap: cannot make an image of %d x %d pixels of type %s\n", width, height,
-                          VlixObjGetName(type));
+                          type_info(type).name);
   }
   if (!register_view(data, *bytes)) return report_message("imageWrap: the memory is a buffer of this library\n");
   describe(*image, type, data, width, height);

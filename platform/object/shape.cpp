@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "object/registry.h"
-#include "vlix/object.h"
+#include "object/type_info.h"
 
 namespace vlix::object {
 namespace {
@@ -16,7 +16,7 @@ constexpr int64_t kMostBytes = int64_t{1} << 46;
 }  // namespace
 
 std::optional<int64_t> image_bytes(int32_t type, int32_t width, int32_t height) noexcept {
-  const int64_t bits = VlixObjGetSizeBits(type);
+  const int64_t bits = type_info(type).bits;
   if (bits == 0 || width < 1 || height < 1) return std::nullopt;
   const int64_t row_bits = bits * width;
   if (row_bits + 7 > std::numeric_limits<int32_t>::max()) return std::nullopt;
@@ -25,7 +25,7 @@ std::optional<int64_t> image_bytes(int32_t type, int32_t width, int32_t height) 
 }
 
 std::optional<int64_t> vector_bytes(int32_t type, int32_t count) noexcept {
-  const int64_t size = VlixObjGetSize(type);
+  const int64_t size = type_info(type).bytes();
   if (size == 0 || count < 0) return std::nullopt;
   return size * count;
 }

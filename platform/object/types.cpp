@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table of type codes.
+#include "object/type_info.h"
 
 #include <cstdarg>
 
 #include "vlix/object.h"
 
-namespace {
-
-struct TypeInfo {
-  int32_t bits;
-  const char* name;
-};
+namespace vlix::object {
 
 // Codes that name a handle kind have no element size.
-constexpr TypeInfo info(int32_t type) {
+TypeInfo type_info(int32_t type) noexcept {
   switch (type) {
     case VlixHandle_Vector: return {0, "Vector"};
     case VlixHandle_Image: return {0, "Image"};
@@ -42,13 +37,13 @@ constexpr TypeInfo info(int32_t type) {
   }
 }
 
-}  // namespace
+}  // namespace vlix::object
 
-int32_t VlixObjGetSize(int32_t type) { return info(type).bits / 8; }
+int32_t VlixObjGetSize(int32_t type) { return vlix::object::type_info(type).bytes(); }
 
-int32_t VlixObjGetSizeBits(int32_t type) { return info(type).bits; }
+int32_t VlixObjGetSizeBits(int32_t type) { return vlix::object::type_info(type).bits; }
 
-const char* VlixObjGetName(int32_t type) { return info(type).name; }
+const char* VlixObjGetName(int32_t type) { return vlix::object::type_info(type).name; }
 
 int32_t VlixObjCheckEqList(int32_t type, int32_t n, ...) {
   va_list codes;

@@ -7,6 +7,7 @@
 #include "object/registry.h"
 #include "object/report.h"
 #include "object/shape.h"
+#include "object/type_info.h"
 #include "vlix/object.h"
 
 namespace {
@@ -21,17 +22,20 @@ int64_t described_bytes(const VlixVector& vector) {
   return vector_bytes(static_cast<int32_t>(vector.type), vector.count).value_or(0);
 }
 
-}  // namespace
-
-int32_t VlixVectorAlloc(VlixVector* vector, int32_t type, int32_t count) {
-  if (vector == nullptr) return VLIX_STATUS_MESSAGE;
-  *vector = {};
+int32_t allocate(VlixVector& vector, int32_t type, int32_t count) {
+  vector = {};
   const auto bytes = vector_bytes(type, count);
   if (!bytes) return VLIX_STATUS_MESSAGE;
   void* data = allocate_buffer(*bytes);
   if (data == nullptr) return VLIX_STATUS_OUT_OF_MEMORY;
-  describe(*vector, type, data, count);
+  describe(vector, type, data, count);
   return 0;
+}
+
+}  // namespace
+
+int32_t VlixVectorAlloc(VlixVector* vector, int32_t type, int32_t count) {
+  return vector == nullptr ? VLIX_STATUS_MESSAGE : allocate(*vector, type, count);
 }
 
 void VlixVectorRelease(VlixVector* vector, int32_t /*flag*/) {
@@ -64,11 +68,11 @@ int32_t VlixVectorResize(VlixVector* vector, int32_t count) {
 
 int32_t VlixVectorCopy(const VlixVector* from, VlixVector* to) {
   if (to == nullptr) return 0;
-  if (from == nullptr || VlixVectorAlloc(to, static_cast<int32_t>(from->type), from->count) != 0) {
-    *to = {};
-    return 0;
-  }
-  if (from->count > 0) std::memcpy(to->data, from->data, static_cast<std::size_t>(described_bytes(*from)));
+  const VlixVector source = from == nullptr ? VlixVector{} : *from;
+  *to = {};
+  if (source.data == nullptr && source.count != 0) return 0;
+  if (allocate(*to, static_cast<int32_t>(source.type), source.count) != 0) return 0;
+  if (source.count > 0) std::memcpy(to->data, source.data, static_cast<std::size_t>(described_bytes(source)));
   return 1;
 }
 
@@ -77,12 +81,12 @@ int32_t VlixVectorTryUseReservedMem(VlixVector* vector, int32_t type, int32_t co
   const auto bytes = vector_bytes(type, count);
   if (!bytes) {
     return report_message("%s: cannot make a vector of %d elements of type %s\n", operation, count,
-                          VlixObjGetName(type));
+                          type_info(type).name);
   }
   switch (fit(vector->data, described_bytes(*vector), *bytes)) {
     case Fit::kRefuse:
       return report_message("%s: the vector's own memory is too small for %d elements of type %s\n", operation, count,
-                            VlixObjGetName(type));
+                            type_info(type).name);
     case Fit::kReplace: {
       void* data = allocate_buffer(*bytes);
       if (data == nullptr) return report_out_of_memory(operation, *bytes);
@@ -101,7 +105,7 @@ int32_t VlixVectorWrap(VlixVector* vector, int32_t type, void* data, int32_t cou
   }
   const auto bytes = vector_bytes(type, count);
   if (!bytes) {
-    return report_message("vectorWrap: cannot make a vector of %d elements of type %s\n", count, VlixObjGetName(type));
+    return report_message("vectorWrap: cannot make a vector of %d elements of type %s\n", count, type_info(type).name);
   }
   if (data != nullptr && !register_view(data, *bytes)) {
     return report_message("vectorWrap: the memory is a buffer of this library\n");

@@ -45,7 +45,7 @@ int32_t VlixUtilCastImage(const VlixImage* from, VlixImage* to, int32_t kind, in
   *to = {};
   const Cast cast = cast_of(source.type);
   if (cast == nullptr || source.data == nullptr || kind != kToF32 || mode != kValuesAsTheyAre) return -1;
-  if (VlixImageAlloc(to, ObjType_F32, source.roiWidth, source.roiHeight) != 0) return -1;
+  if (VlixImageAlloc(to, ObjType_F32, source.roiWidth, source.roiHeight) < 0) return -1;
   cast(source, *to);
   return 0;
 }

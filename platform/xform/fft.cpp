@@ -22,13 +22,13 @@ bool is_filled(const VlixImage& image, ObjType type) {
 
 int32_t forward_image(const VlixImage& from, VlixImage& to) {
   const Grid grid = {vlix::fourier::fast_length(from.width, kWidthUnit), vlix::fourier::fast_length(from.height)};
-  if (VlixImageAlloc(&to, ObjType_ComplexF32, grid.width, grid.height) != 0) return kFailed;
+  if (VlixImageAlloc(&to, ObjType_ComplexF32, grid.width, grid.height) < 0) return kFailed;
   forward(static_cast<const float*>(from.data), {from.width, from.height}, static_cast<Complex*>(to.data), grid);
   return 0;
 }
 
 int32_t inverse_image(const VlixImage& from, VlixImage& to) {
-  if (VlixImageAlloc(&to, ObjType_F32, from.width, from.height) != 0) return kFailed;
+  if (VlixImageAlloc(&to, ObjType_F32, from.width, from.height) < 0) return kFailed;
   inverse(static_cast<const Complex*>(from.data), {from.width, from.height}, static_cast<float*>(to.data));
   return 0;
 }

@@ -183,6 +183,17 @@ TEST_F(Records, CopyOfAnUntypedVectorFails) {
   EXPECT_EQ(to.data, nullptr);
 }
 
+TEST_F(Records, CopyOfElementsThatAreNotThereFails) {
+  const VlixVector from = {ObjType_U8, nullptr, 4, 0};
+  VlixVector to = {};
+  EXPECT_EQ(VlixVectorCopy(&from, &to), 0);
+  EXPECT_EQ(to.data, nullptr);
+  const VlixVector none = {ObjType_U8, nullptr, 0, 0};
+  EXPECT_NE(VlixVectorCopy(&none, &to), 0);
+  EXPECT_EQ(to.count, 0);
+  VlixVectorRelease(&to, 1);
+}
+
 TEST_F(Records, WrappedMemoryIsNeitherGrownNorFreed) {
   std::vector<uint16_t> pixels(12, 7);
   VlixImage image = {};
