@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <stdexcept>
 #include <type_traits>
 #include <vips/vips8>
@@ -263,20 +265,28 @@ std::string png(const Picture& picture) {
   return "\x89PNG\r\n\x1a\n" + png_chunk("IHDR", header) + png_chunk("IDAT", zlib_stored(rows)) + png_chunk("IEND", "");
 }
 
-static std::string encoded_as(const Picture& picture, VipsInterpretation meaning, const std::string& suffix) {
+static void start_vips() {
   static const bool started = VIPS_INIT("tests") == 0;
   if (!started) throw std::runtime_error("libvips");
-  const std::string samples = samples_of(picture);
-  const vips::VImage image =
-      vips::VImage::new_from_memory(const_cast<char*>(samples.data()), samples.size(), picture.width, picture.height,
-                                    picture.channels, vips_format(picture.sample))
-          .copy(vips::VImage::option()->set("interpretation", meaning));
+}
+
+static std::string bytes_of(const vips::VImage& image, const std::string& suffix) {
   void* data = nullptr;
   std::size_t size = 0;
   image.write_to_buffer(suffix.c_str(), &data, &size);
   const std::string bytes(static_cast<const char*>(data), size);
   g_free(data);
   return bytes;
+}
+
+static std::string encoded_as(const Picture& picture, VipsInterpretation meaning, const std::string& suffix) {
+  start_vips();
+  const std::string samples = samples_of(picture);
+  const vips::VImage image =
+      vips::VImage::new_from_memory(const_cast<char*>(samples.data()), samples.size(), picture.width, picture.height,
+                                    picture.channels, vips_format(picture.sample))
+          .copy(vips::VImage::option()->set("interpretation", meaning));
+  return bytes_of(image, suffix);
 }
 
 std::string encoded(const Picture& picture, const std::string& suffix) {
@@ -287,3 +297,29 @@ std::string encoded(const Picture& picture, const std::string& suffix) {
 }
 
 std::string cmyk_jpeg(const Picture& picture) { return encoded_as(picture, VIPS_INTERPRETATION_CMYK, ".jpg"); }
+
+std::string png_of_rows(int width, int height) {
+  start_vips();
+  const vips::VImage rows = vips::VImage::xyz(1, height).extract_band(1) % 251;
+  return bytes_of(rows.cast(VIPS_FORMAT_UCHAR).zoom(width, 1), ".png[compression=1]");
+}
+
+Picture decoded(const std::string& path) {
+  start_vips();
+  const vips::VImage file = vips::VImage::new_from_file(path.c_str());
+  const vips::VImage samples = file.cast(VIPS_FORMAT_DOUBLE);
+  std::size_t size = 0;
+  const std::unique_ptr<void, void (*)(void*)> bytes(samples.write_to_memory(&size), g_free);
+  const auto* const first = static_cast<const double*>(bytes.get());
+  return {file.width(), file.height(), file.bands(), Sample::kF64, {first, first + size / sizeof(double)}};
+}
+
+Measured measured(const std::string& path) {
+  start_vips();
+  const vips::VImage file = vips::VImage::new_from_file(path.c_str());
+  const double count = static_cast<double>(file.width()) * file.height();
+  Measured found = {file.avg(), file.deviate() * std::sqrt((count - 1) / count), file.min(), file.max(), {}};
+  const vips::VImage histogram = file.hist_find();
+  for (int i = 0; i < histogram.width(); ++i) found.histogram.push_back(histogram.getpoint(i, 0)[0]);
+  return found;
+}

@@ -58,6 +58,19 @@ std::string png(const Picture& picture);   // 8 or 16 bits, stored blocks
 // Through libvips: the suffix may carry options, for instance ".jpg[Q=90]" or ".tif[tile]".
 std::string encoded(const Picture& picture, const std::string& suffix);
 
+// A compressed PNG whose rows are all of one value, the row's number modulo 251.
+std::string png_of_rows(int width, int height);
+
+// An image file as libvips sees it, samples and all.
+Picture decoded(const std::string& path);
+
+// The measures of a grey image file, by the operations of libvips.
+struct Measured {
+  double mean = 0, deviation = 0, min = 0, max = 0;  // the deviation with divisor N
+  std::vector<double> histogram;                     // a bin per value
+};
+Measured measured(const std::string& path);
+
 // Four channels as a CMYK JPEG.
 std::string cmyk_jpeg(const Picture& picture);
 

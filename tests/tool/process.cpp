@@ -2,6 +2,7 @@
 #include "process.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <pty.h>
 #include <sys/resource.h>
@@ -35,16 +36,22 @@ Pipe pseudo_terminal() {
   return unused;
 }
 
+void set_limit(__rlimit_resource_t resource, unsigned long value) {
+  const rlimit limit = {value, value};
+  if (value != 0) setrlimit(resource, &limit);
+}
+
 [[noreturn]] void become(const Launch& launch, int in, int out, int err) {
   dup2(in, STDIN_FILENO);
   if (launch.standard_output != nullptr) out = open(launch.standard_output, O_WRONLY);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
   if (!launch.folder.empty() && chdir(launch.folder.c_str()) != 0) _exit(126);
-  if (launch.address_space != 0) {
-    const rlimit limit = {launch.address_space, launch.address_space};
-    setrlimit(RLIMIT_AS, &limit);
-  }
+  set_limit(RLIMIT_AS, launch.address_space);
+  set_limit(RLIMIT_FSIZE, launch.file_size);
+  set_limit(RLIMIT_NOFILE, launch.open_files);
+  constexpr uid_t kNobody = 65534;
+  if (launch.unprivileged && geteuid() == 0 && (setgroups(0, nullptr) != 0 || setuid(kNobody) != 0)) _exit(125);
   std::vector<char*> arguments = {const_cast<char*>(VLIX_TOOL)};
   for (const std::string& argument : launch.arguments) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
@@ -64,13 +71,14 @@ bool drain(int descriptor, std::string& text) {
 
 // Feeds and empties the process until it has closed both outputs.
 void converse(const Launch& launch, pid_t child, int in, int out, int err, Finished& finished) {
-  int patience = launch.terminate_after_ms;
+  int patience = launch.terminate_when ? 0 : launch.terminate_after_ms;
   std::size_t fed = 0;
   if (launch.input.empty()) close(in);
   pollfd waiting[3] = {{out, POLLIN, 0}, {err, POLLIN, 0}, {launch.input.empty() ? -1 : in, POLLOUT, 0}};
   while (waiting[0].fd >= 0 || waiting[1].fd >= 0) {
     if (poll(waiting, 3, patience) == 0) {
-      kill(child, SIGTERM);
+      if (launch.terminate_when && !launch.terminate_when()) continue;
+      kill(child, launch.signal_number);
       patience = -1;
       continue;
     }
@@ -111,6 +119,7 @@ Finished run(const Launch& launch) {
     return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
   };
   finished.processor_seconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  finished.peak_kilobytes = usage.ru_maxrss;
   finished.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   close(out.read_end);
   close(err.read_end);

@@ -3,6 +3,8 @@
 #ifndef VLIX_TESTS_TOOL_PROCESS_H
 #define VLIX_TESTS_TOOL_PROCESS_H
 
+#include <csignal>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -12,18 +14,24 @@ struct Finished {
   std::string out;
   std::string err;
   double processor_seconds = 0;
+  long peak_kilobytes = 0;  // resident memory of the largest process
 
   nlohmann::ordered_json json() const { return nlohmann::ordered_json::parse(out); }
 };
 
 struct Launch {
   std::vector<std::string> arguments;
-  std::string input;                      // standard input
-  std::string folder;                     // working directory, if any
-  std::vector<std::string> environment;   // added, NAME=VALUE
-  bool terminal = false;                  // standard error is a terminal
-  unsigned long address_space = 0;        // limit in bytes, if not 0
-  int terminate_after_ms = -1;            // SIGTERM after this time, if not negative
+  std::string input;                     // standard input
+  std::string folder;                    // working directory, if any
+  std::vector<std::string> environment;  // added, NAME=VALUE
+  bool terminal = false;                 // standard error is a terminal
+  unsigned long address_space = 0;       // limit in bytes, if not 0
+  unsigned long file_size = 0;           // limit in bytes of what is written, if not 0
+  unsigned long open_files = 0;          // limit, if not 0
+  bool unprivileged = false;             // as nobody, where the tests run as root
+  int terminate_after_ms = -1;           // SIGTERM after this time, if not negative
+  std::function<bool()> terminate_when;  // ends it with the signal once this is true
+  int signal_number = SIGTERM;
   const char* standard_output = nullptr;  // file to open instead of a pipe
 };
 

@@ -84,6 +84,32 @@ TEST(BadFiles, DamagedInTheMiddle) {
   }
 }
 
+// One tile of many: the rest could be shown, with a black square in it.
+TEST(BadFiles, OneDamagedTile) {
+  const Folder folder;
+  const Picture large = draw(256, 256, Sample::kU8, [](int x, int y) { return noise(x, y, 1, 200); });
+  for (const double place : {0.1, 0.5, 0.9}) {
+    std::string bytes = encoded(large, ".tif[tile,tile_width=64,tile_height=64,compression=deflate]");
+    const auto at = static_cast<std::size_t>(place * static_cast<double>(bytes.size()));
+    bytes.replace(at, 100, std::string(100, '\xff'));
+    EXPECT_THAT(complaint(folder.write("a.tif", bytes)), StartsWith("damaged or truncated")) << place;
+  }
+}
+
+TEST(BadFiles, UnreadableFiles) {
+  const Folder folder;
+  const std::string path = folder.write("a.png", png(grey()));
+  chmod(folder.path().c_str(), 0755);
+  chmod(path.c_str(), 0);
+  Launch launch;
+  launch.unprivileged = true;
+  launch.arguments = {"stats", path};
+  const Finished done = run(launch);
+  if (done.exit_code > 124) GTEST_SKIP() << "nobody may not run the tool here";
+  EXPECT_EQ(done.exit_code, 1);
+  EXPECT_EQ(done.err, "vlix: " + path + ": may not be read\n");
+}
+
 TEST(BadFiles, HugeHeaders) {
   const Folder folder;
   EXPECT_THAT(complaint(folder.write("a.pgm", "P5\n100000 100000\n255\n")),

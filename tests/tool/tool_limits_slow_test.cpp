@@ -84,6 +84,79 @@ TEST(Limits, InterruptedRunsLeaveNoHalfWrittenOutput) {
   }
 }
 
+// Ended just when the temporary file is there.
+TEST(Limits, TemporaryFilesGoWithTheProgram) {
+  const Folder folder;
+  const std::string image = folder.write("a.pgm", pnm(grey(1500)));
+  Launch launch;
+  launch.arguments = {"variance", "--kernel", "3x3", "--output", folder.file("out.tif"), image};
+  launch.terminate_when = [&] { return folder.names().size() > 1; };
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    launch.signal_number = number;
+    for (int i = 0; i < 3; ++i) {
+      const Finished done = run(launch);
+      EXPECT_TRUE(done.exit_code == 0 || done.exit_code == 128 + number) << done.exit_code;
+      std::vector<std::string> names = folder.names();
+      if (names.size() == 2) {
+        EXPECT_EQ(names[1], "out.tif");
+        EXPECT_GT(read_file(folder.file("out.tif")).size(), 4U * 1500 * 1500);
+        unlink(folder.file("out.tif").c_str());
+      }
+      EXPECT_LE(names.size(), 2U);
+    }
+  }
+}
+
+// Rows above the region pass through the decoder without being kept: 64 MB of them here.
+TEST(Limits, RegionFarDownNeedsNoMemoryForTheRowsAboveIt) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers have memory of their own";
+#endif
+  const Folder folder;
+  const std::string path = folder.write("rows.png", png_of_rows(4000, 16000));
+  Launch launch;
+  launch.arguments = {"stats", "--format", "json", "--roi", "10,15500,16,1", path};
+  const Finished done = run(launch);
+  ASSERT_EQ(done.exit_code, 0) << done.err;
+  EXPECT_EQ(done.json()[0]["mean"], 15500 % 251);
+  launch.arguments[4] = "10,0,16,1";
+  EXPECT_LT(done.peak_kilobytes, run(launch).peak_kilobytes + 32 * 1024);
+}
+
+// The image library shows pixels that it has no memory for as black ones; they must not be measured.
+TEST(Limits, LittleMemoryNeverChangesAPixel) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers reserve terabytes of addresses";
+#endif
+  const Folder folder;
+  const std::string path = folder.write("rows.png", png_of_rows(200000, 300));
+  for (unsigned long megabytes = 100; megabytes <= 300; megabytes += 4) {
+    Launch launch;
+    launch.arguments = {"stats", "--format", "json", "--jobs", "3", "--roi", "10,249,190000,1", path, path, path};
+    launch.address_space = megabytes << 20;
+    const Finished done = run(launch);
+    ASSERT_TRUE(done.exit_code == 0 || done.exit_code == 1) << done.exit_code;
+    if (done.err.find("stopped") != std::string::npos) continue;
+    for (const auto& row : done.json()) {
+      EXPECT_EQ(row["min"], 249) << megabytes << " MB";
+      EXPECT_EQ(row["max"], 249) << megabytes << " MB";
+    }
+  }
+}
+
+TEST(Limits, FewOpenFiles) {
+  const Folder folder;
+  Launch launch;
+  launch.open_files = 20;
+  launch.arguments = {"stats", "--format", "csv", "--jobs", "64"};
+  const std::string path = folder.write("a.png", png(grey(20)));
+  launch.arguments.insert(launch.arguments.end(), 500, path);
+  const Finished done = run(launch);
+  EXPECT_EQ(done.exit_code, 0);
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(lines_of(done.out), 501U);
+}
+
 TEST(Limits, TenThousandFiles) {
   const Folder folder;
   Launch launch;
@@ -98,6 +171,9 @@ TEST(Limits, TenThousandFiles) {
   EXPECT_EQ(done.exit_code, 0);
   EXPECT_EQ(done.err, "");
   EXPECT_EQ(lines_of(done.out), 10001U);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  EXPECT_LT(done.peak_kilobytes, 200 * 1024);
+#endif
 }
 
 }  // namespace

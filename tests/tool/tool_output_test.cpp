@@ -107,6 +107,21 @@ TEST(Output, FullDiskIsOneLine) {
   EXPECT_EQ(out.err, "vlix: standard output: cannot be written: No space left on device\n");
 }
 
+// What the disk has no room for leaves the old file as it was.
+TEST(Output, FullDiskLeavesTheOldFile) {
+  const Folder folder;
+  const std::string image = folder.write("a.pgm", pnm(draw(100, 100, Sample::kU8, [](int x, int y) { return x + y; })));
+  const std::string target = folder.write("out.tif", "old");
+  Launch launch;
+  launch.arguments = {"variance", "--kernel", "3x3", "--output", target, image};
+  launch.file_size = 10000;
+  const Finished done = run(launch);
+  EXPECT_EQ(done.exit_code, 1);
+  EXPECT_EQ(done.err, "vlix: " + image + ": " + target + ": cannot be written: File too large\n");
+  EXPECT_EQ(read_file(target), "old");
+  EXPECT_THAT(folder.names(), ElementsAre("a.pgm", "out.tif"));
+}
+
 TEST(Output, UnwritablePlacesAreOneLine) {
   const Folder folder;
   const std::string path = small_image(folder, "a.pgm", 10);

@@ -6,11 +6,13 @@
 
 #include "commands/commands.h"
 #include "errors.h"
+#include "output/sink.h"
 #include "supervise.h"
 
 namespace {
 
 int run(const Action& action) {
+  remove_unfinished_files_on_signals();
   Session session;
   try {
     return action(session);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "session.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <new>
 
@@ -21,6 +23,15 @@ std::size_t width_of_names(const std::vector<std::string>& names) {
 
 void refuse_repeated_standard_input(const std::vector<std::string>& files) {
   if (std::count(files.begin(), files.end(), "-") > 1) throw UsageError("standard input (-) can be read only once");
+}
+
+// Each job has its file open, and the image library has it twice.
+std::size_t affordable_jobs(std::size_t wanted) {
+  constexpr rlim_t kOthers = 12, kPerJob = 3;
+  rlimit files = {};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur == RLIM_INFINITY) return wanted;
+  const rlim_t most = files.rlim_cur < kOthers + kPerJob ? 1 : (files.rlim_cur - kOthers) / kPerJob;
+  return static_cast<std::size_t>(std::min<rlim_t>(wanted, most));
 }
 
 class Results {
@@ -52,10 +63,10 @@ struct Outcome {
 Outcome outcome_of(const std::function<Measurement()>& measure) {
   try {
     return {measure(), ""};
-  } catch (const FileError& error) {
-    return {{}, error.what()};
   } catch (const std::bad_alloc&) {
     return {{}, "not enough memory"};
+  } catch (const std::exception& error) {
+    return {{}, error.what()};
   }
 }
 
@@ -103,7 +114,7 @@ int measure_files(Session& session, const MeasureOptions& options, const Measure
     return [&complete, index, outcome] { complete(index, *outcome); };
   };
   jobs.thread_ends = [&] { session.images.thread_ends(); };
-  run_in_order(jobs, options.jobs);
+  run_in_order(jobs, affordable_jobs(options.jobs));
   session.console.clear_progress();
   results.close();
   return exit_code;

@@ -50,11 +50,13 @@ Series series_of(const std::string& name, const Vector& hist, bool bars) {
 }
 
 // The bins, smoothed if that was asked for, and their peaks.
-void add_series(Record& record, const HistogramOptions& options, const std::string& prefix, Vector bins) {
-  if (options.smooth) bins = smoothed(bins, *options.smooth);
+void add_series(Measurement& measurement, Record& record, const HistogramOptions& options, const std::string& prefix,
+                Vector bins) {
+  std::vector<std::string>& notes = measurement.notes;
+  if (options.smooth) bins = smoothed(bins, *options.smooth, notes);
   record.series.push_back(series_of(prefix.empty() ? "bins" : prefix, bins, true));
   if (!options.peak_distance) return;
-  const Vector peaks = peaks_of(bins, !options.minima, *options.peak_distance);
+  const Vector peaks = peaks_of(bins, !options.minima, *options.peak_distance, notes);
   const std::string name = options.minima ? "minima" : "peaks";
   record.series.push_back(series_of(prefix.empty() ? name : prefix + " " + name, peaks, false));
 }
@@ -111,11 +113,11 @@ Measurement histogram(Session& session, const Task& task, const std::string& pat
                    {"height", int64_t{image.height()}}};
   if (options.colour) {
     std::array<Vector, 3> hists = colour_bins(options.bins, image);
-    for (std::size_t c = 0; c < 3; ++c) add_series(record, options, kChannelNames[c], std::move(hists[c]));
+    for (std::size_t c = 0; c < 3; ++c) add_series(measurement, record, options, kChannelNames[c], std::move(hists[c]));
   } else if (!task.shapes.empty() || !options.mask.empty()) {
-    add_series(record, options, "", bins_inside(session, task, loaded, measurement.notes));
+    add_series(measurement, record, options, "", bins_inside(session, task, loaded, measurement.notes));
   } else {
-    add_series(record, options, "", grey_bins(options.bins, image, measurement.notes));
+    add_series(measurement, record, options, "", grey_bins(options.bins, image, measurement.notes));
   }
   if (!options.plot.empty()) write_plot(options, path, record);
   measurement.records.push_back(std::move(record));

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 #include "commands/image_kinds.h"
 #include "commands/moments.h"
@@ -91,9 +92,53 @@ FloatRange region_range(const BinOptions& options, const Image& image) {
   throw FileError("inside shapes, --hi must be a whole number above --lo for float pixels");
 }
 
-template <class Point>
-double width_of_first(std::span<const Point> bins) {
-  return static_cast<double>(bins[1].x) - static_cast<double>(bins[0].x);
+// Value and count, whatever the bins hold.
+PointF32 bin_at(const Vector& bins, std::size_t index) {
+  if (bins.record()->type == ObjType_PointF32) return bins.elements<PointF32>()[index];
+  const PointI32& bin = bins.elements<PointI32>()[index];
+  return {static_cast<float>(bin.x), static_cast<float>(bin.y)};
+}
+
+// The number of bins that a smoothing width comes to, an odd one.
+int32_t window_of(float bins) {
+  const auto nearest = static_cast<int32_t>(std::floor(bins + 0.5F));
+  if (nearest % 2 != 0) return nearest;
+  return bins > static_cast<float>(nearest) ? nearest + 1 : nearest - 1;
+}
+
+void note_smoothing(const Vector& bins, float width, std::vector<std::string>& notes) {
+  const float wanted = width / (bin_at(bins, 1).x - bin_at(bins, 0).x);
+  const int32_t window = window_of(wanted);
+  if (static_cast<float>(window) != wanted) {
+    notes.push_back(fmt::format("note: --smooth is taken as {} bins, an odd number, instead of {:g}", window, wanted));
+  }
+  const auto count = static_cast<std::size_t>(bins.record()->count), half = static_cast<std::size_t>(window / 2);
+  bool at_ends = false;
+  for (std::size_t i = 0; i < half; ++i) at_ends |= bin_at(bins, i).y != 0 || bin_at(bins, count - 1 - i).y != 0;
+  if (at_ends) notes.push_back("note: smoothing counts nothing beyond the ends, so the outermost bins come out lower");
+}
+
+// Counts the pixels that equal the upper bound of a float range, which belong to no bin.
+struct TopEdge {
+  const Image* image;
+  float value;
+  int64_t pixels;
+};
+
+void count_at_top_edge(void* context, int32_t x, int32_t y) {
+  auto* const edge = static_cast<TopEdge*>(context);
+  const bool inside = x >= 0 && y >= 0 && x < edge->image->width() && y < edge->image->height();
+  if (inside && edge->image->row<float>(y)[x] == edge->value) ++edge->pixels;
+}
+
+void note_top_edge(const Image& image, const Region& region, float top, std::vector<std::string>& notes) {
+  TopEdge edge = {&image, top, 0};
+  if (!is_float(image) || VlixUtilScanRoi(&edge, const_cast<VlixRegion*>(region.record()), count_at_top_edge) != 0) {
+    return;
+  }
+  if (edge.pixels != 0) {
+    notes.push_back(fmt::format("note: {} pixels inside the shapes equal --hi and are not counted", edge.pixels));
+  }
 }
 
 }  // namespace
@@ -125,6 +170,7 @@ Vector region_bins(const BinOptions& options, const Image& image, const Region& 
   Vector hist;
   require_success(vlix_histRoi(image.record(), reinterpret_cast<const VlixObj*>(&handle), hist.record(),
                                options.cumulative, bins, range.low, range.high));
+  note_top_edge(image, region, range.high, notes);
   const auto elements = hist.elements<PointF32>();
   if (std::any_of(elements.begin(), elements.end(), [](const PointF32& bin) { return bin.y >= kLargestFloatCount; })) {
     notes.push_back("note: bins inside shapes stop counting at 16777216");
@@ -148,24 +194,46 @@ std::array<Vector, 3> colour_bins(const BinOptions& options, const Image& image)
   return hists;
 }
 
-Vector smoothed(const Vector& bins, double width) {
+Vector smoothed(const Vector& bins, double width, std::vector<std::string>& notes) {
   const bool integers = bins.record()->type == ObjType_PointI32;
   const int32_t count = bins.record()->count;
   if (count < 2) throw FileError("a histogram of one bin cannot be smoothed");
-  const double bin_width =
-      integers ? width_of_first(bins.elements<PointI32>()) : width_of_first(bins.elements<PointF32>());
+  const double bin_width = double{bin_at(bins, 1).x} - double{bin_at(bins, 0).x};
   if (!(bin_width > 0)) throw FileError("a histogram of bins without width cannot be smoothed");
   if (width > bin_width * count) throw FileError(fmt::format("--smooth {:g} is wider than the histogram", width));
   Vector out;
   require_success(
       (integers ? vlix_smoothHistInt : vlix_smoothHist)(bins.record(), out.record(), static_cast<float>(width)));
+  note_smoothing(bins, static_cast<float>(width), notes);
   return out;
 }
 
-Vector peaks_of(const Vector& bins, bool maxima, double least_distance) {
+namespace {
+
+Vector extrema_of(const Vector& bins, bool maxima, float least_distance) {
   const bool integers = bins.record()->type == ObjType_PointI32;
   Vector out;
-  require_success((integers ? vlix_histPeaksInt : vlix_histPeaks)(bins.record(), out.record(), maxima,
-                                                                  static_cast<float>(least_distance)));
+  require_success((integers ? vlix_histPeaksInt : vlix_histPeaks)(bins.record(), out.record(), maxima, least_distance));
+  return out;
+}
+
+bool are_equal(const Vector& a, const Vector& b) {
+  const auto bytes = [](const Vector& v) {
+    return std::string_view(static_cast<const char*>(v.record()->data),
+                            sizeof(PointF32) * static_cast<std::size_t>(v.record()->count));
+  };
+  return bytes(a) == bytes(b);
+}
+
+}  // namespace
+
+// A distance that is less by next to nothing changes the result only where two extrema are exactly that far apart.
+Vector peaks_of(const Vector& bins, bool maxima, double least_distance, std::vector<std::string>& notes) {
+  const auto distance = static_cast<float>(least_distance);
+  Vector out = extrema_of(bins, maxima, distance);
+  if (!are_equal(out, extrema_of(bins, maxima, std::nextafter(distance, -1.0F)))) {
+    notes.push_back(fmt::format("note: some {} are exactly the least distance apart, which counts as too close",
+                                maxima ? "peaks" : "minima"));
+  }
   return out;
 }

@@ -26,9 +26,9 @@ Vector region_bins(const BinOptions& options, const Image& image, const Region& 
 std::array<Vector, 3> colour_bins(const BinOptions& options, const Image& image);
 
 // A moving average over this width in values.
-Vector smoothed(const Vector& bins, double width);
+Vector smoothed(const Vector& bins, double width, std::vector<std::string>& notes);
 
 // Maxima or minima that are further apart than the distance.
-Vector peaks_of(const Vector& bins, bool maxima, double least_distance);
+Vector peaks_of(const Vector& bins, bool maxima, double least_distance, std::vector<std::string>& notes);
 
 #endif

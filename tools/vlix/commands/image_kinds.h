@@ -3,7 +3,9 @@
 #ifndef VLIX_TOOL_COMMANDS_IMAGE_KINDS_H
 #define VLIX_TOOL_COMMANDS_IMAGE_KINDS_H
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -16,6 +18,24 @@ inline std::string type_name(const Image& image) { return VlixObjGetName(static_
 inline bool is_colour(const Image& image) { return image.type() == ObjType_Rgba8 || image.type() == ObjType_Colour39; }
 
 inline bool is_float(const Image& image) { return image.type() == ObjType_F32; }
+
+// How many pixels of a float image the condition holds for.
+template <class Condition>
+int64_t count_floats(const Image& image, Condition condition) {
+  int64_t count = 0;
+  for (int32_t y = 0; y < image.height(); ++y) {
+    const float* const row = image.row<float>(y);
+    count += std::count_if(row, row + image.width(), condition);
+  }
+  return count;
+}
+
+// Whether some pixel is another number once it is truncated to a 32-bit integer.
+inline bool loses_by_truncation(const Image& image) {
+  constexpr float kTooLarge = 2147483648.0F;
+  return is_float(image) &&
+         count_floats(image, [](float v) { return v != std::trunc(v) || std::fabs(v) >= kTooLarge; }) != 0;
+}
 
 struct IntegerRange {
   int32_t low, high;

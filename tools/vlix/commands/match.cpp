@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 
 #include "analysis/placements.h"
@@ -88,21 +87,12 @@ Scores valid_scores(Method method, const Image& image, const Image& target, cons
   return scores;
 }
 
-bool has_fractions(const Image& image) {
-  if (!is_float(image)) return false;
-  for (int32_t y = 0; y < image.height(); ++y) {
-    const float* const row = image.row<float>(y);
-    if (std::any_of(row, row + image.width(), [](float v) { return v != std::trunc(v); })) return true;
-  }
-  return false;
-}
-
 void add_notes(Measurement& measurement, const MatchOptions& options, const Image& target, const Image& pattern,
                const std::vector<Placement>& placements) {
   if (options.method != Method::kDifferences) return;
-  if (has_fractions(target) || has_fractions(pattern)) {
+  if (loses_by_truncation(target) || loses_by_truncation(pattern)) {
     measurement.notes.push_back(
-        "note: differences of float pixels are truncated to whole numbers before they are summed");
+        "note: differences of float pixels are truncated to whole numbers of 32 bits before they are summed");
   }
   if (!placements.empty() && -placements[0].score >= kSaturated) {
     measurement.notes.push_back("note: all sums of differences reach 65535, where they end; use a smaller template");

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cmath>
 
 #include "commands/commands.h"
 #include "commands/image_kinds.h"
@@ -30,15 +29,6 @@ bool fits_integers(const Image& image) {
   const IntegerRange range = range_of_type(image.type());
   const int64_t largest = std::max(std::abs(int64_t{range.low}), int64_t{range.high});
   return !is_float(image) && largest * std::max(image.width(), image.height()) <= INT32_MAX;
-}
-
-bool has_fractions(const Image& image) {
-  if (!is_float(image)) return false;
-  for (int32_t y = 0; y < image.height(); ++y) {
-    const float* const row = image.row<float>(y);
-    if (std::any_of(row, row + image.width(), [](float v) { return v != std::trunc(v); })) return true;
-  }
-  return false;
 }
 
 template <class Element>
@@ -99,8 +89,8 @@ Measurement project(Session& session, const ProjectOptions& options, const std::
   for (const Sums& sums : all) record.series.push_back(series_of(sums));
   if (!options.plot.empty()) write_plot(options, path, all);
   Measurement measurement = {{std::move(record)}, {}};
-  if (has_fractions(loaded.image)) {
-    measurement.notes.push_back("note: float pixels are truncated to whole numbers before they are summed");
+  if (loses_by_truncation(loaded.image)) {
+    measurement.notes.push_back("note: float pixels are truncated to whole numbers of 32 bits before they are summed");
   }
   return measurement;
 }

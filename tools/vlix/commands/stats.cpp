@@ -54,10 +54,11 @@ Record record_of(const std::string& path, const Image& image, Cell channel, cons
   return record;
 }
 
-// The deviation is the root of a difference of two sums of about the mean squared.
-bool has_lost_digits(const Image& image, const Moments& moments) {
+// In the plain loops the deviation is the root of a difference of two sums of about the mean squared.
+bool may_have_lost_digits(const Image& image, const Moments& moments) {
   const bool finite = std::isfinite(moments.min) && std::isfinite(moments.max) && std::isfinite(moments.mean);
-  return is_float(image) && finite && moments.min != moments.max &&
+  const bool constant = moments.min == moments.max && moments.deviation == 0;
+  return is_float(image) && finite && !constant &&
          !(moments.deviation >= kLeastRelativeDeviation * std::fabs(moments.mean));
 }
 
@@ -67,8 +68,8 @@ Measurement stats(Session& session, const MeasureOptions& options, const std::st
   if (!is_colour(image)) {
     const Moments moments = grey_moments(image);
     Measurement measurement = {{record_of(path, image, {}, moments)}, {}};
-    if (has_lost_digits(image, moments)) {
-      measurement.notes.push_back("note: the deviation is so small beside the mean that it has lost digits");
+    if (may_have_lost_digits(image, moments)) {
+      measurement.notes.push_back("note: the deviation is so small beside the mean that it may have lost digits");
     }
     return measurement;
   }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "commands/commands.h"
 #include "commands/image_kinds.h"
 #include "commands/moments.h"
@@ -45,6 +48,29 @@ void check_fit(const Kernel& kernel, const Image& image) {
                               2 * (image.height() - 1)));
 }
 
+// What a running sum of squares has taken in of a pixel, it gives back only to within 2^-24 of its square: 2^-8 of the
+// square of a pixel that is 2^8 times smaller.
+constexpr float kHuge = 256;
+
+void add_notes(Measurement& measurement, const Kernel& kernel, const Image& image) {
+  if (kernel.width == 1 && kernel.height == 1) {
+    measurement.notes.push_back("note: a kernel of one pixel has no variance (nan)");
+  }
+  if (!is_float(image)) return;
+  if (count_floats(image, [](float v) { return !std::isfinite(v); }) != 0) {
+    measurement.notes.push_back(
+        "note: after pixels that are not finite, windows further right and further down are not finite either");
+    return;
+  }
+  const Moments moments = grey_moments(image);
+  const float largest = std::max(std::fabs(moments.min), std::fabs(moments.max));
+  const int64_t small = count_floats(image, [=](float v) { return std::fabs(v) < largest / kHuge; });
+  if (2 * small > int64_t{image.width()} * image.height()) {
+    measurement.notes.push_back(
+        "note: pixels far larger than most leave rounding errors in windows further right and further down");
+  }
+}
+
 Measurement variance(Session& session, const VarianceOptions& options) {
   const std::string& path = options.measure.files[0];
   const Kernel kernel = kernel_of(options.kernel);
@@ -74,8 +100,7 @@ Measurement variance(Session& session, const VarianceOptions& options) {
                      {"max", moments.max}};
     measurement.records.push_back(std::move(record));
   }
-  if (kernel.width == 1 && kernel.height == 1)
-    measurement.notes.push_back("a kernel of one pixel has no variance (nan)");
+  add_notes(measurement, kernel, loaded.image);
   return measurement;
 }
 

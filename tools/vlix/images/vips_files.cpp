@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <shared_mutex>
 #include <string_view>
@@ -49,6 +50,19 @@ void check_size(const ImageHeader& header, int64_t width, int64_t height, uint64
                               (bytes >> 20) + 1, limit >> 20));
 }
 
+// Lets a decoder that goes from top to bottom pass the rows above a region a few at a time; asked for the region at
+// once, libvips would hold all of them.
+void pass_rows(const VImage& file, int32_t rows) {
+  constexpr int32_t kRowsAtATime = 16;
+  if (file.get_typeof(VIPS_META_SEQUENTIAL) == 0) return;
+  const std::unique_ptr<VipsRegion, void (*)(void*)> region(vips_region_new(file.get_image()), g_object_unref);
+  if (region == nullptr) throw vips::VError();
+  for (int32_t y = 0; y < rows; y += kRowsAtATime) {
+    const VipsRect strip = {0, y, 1, std::min(kRowsAtATime, rows - y)};
+    if (vips_region_prepare(region.get(), &strip) != 0) throw vips::VError();
+  }
+}
+
 void decode_into(const VImage& pixels, Image& image) {
   VlixImage& record = *image.record();
   const std::size_t bytes = static_cast<std::size_t>(VlixObjGetSize(static_cast<int32_t>(record.type))) *
@@ -89,6 +103,11 @@ thread_local bool t_header_out_of_range = false;
 // Third-party warnings concern nobody who reads this program's standard error.
 void note_warning(const gchar* domain, GLogLevelFlags, const gchar*, gpointer) {
   if (domain != nullptr && std::string_view(domain) == "GLib-GObject") t_header_out_of_range = true;
+}
+
+// Pixels that libvips has no memory for stay black; a text among its errors is all that tells.
+bool ran_out_of_memory() {
+  return std::string_view(vips_error_buffer()).find("out of memory") != std::string_view::npos;
 }
 
 VImage open_image(const ImageSource& source) {
@@ -136,23 +155,26 @@ class VipsFiles final : public ImageFiles {
 
  private:
   // libvips keeps one error text for all threads. A file that fails is read once more while no other is being read, so
-  // that the text is its own.
+  // that the text is its own, and all the memory too.
   template <class Use>
   ImageHeader guarded(const ImageSource& source, const Use& use) {
     try {
       const std::shared_lock together(mutex_);
-      return use(open_image(source));
+      const ImageHeader header = use(open_image(source));
+      if (!ran_out_of_memory()) return header;
     } catch (const vips::VError&) {
     }
     const std::unique_lock alone(mutex_);
     vips_error_clear();
+    std::string reason = "not enough memory";
     try {
-      return use(open_image(source));
+      const ImageHeader header = use(open_image(source));
+      if (!ran_out_of_memory()) return header;
     } catch (const vips::VError& error) {
-      const std::string reason = refusal(source, error.what());
-      vips_error_clear();
-      throw FileError(reason);
+      reason = refusal(source, error.what());
     }
+    vips_error_clear();
+    throw FileError(reason);
   }
 
   static ImageHeader read_region(const VImage& file, const ReadRequest& request, Image& image) {
@@ -168,6 +190,7 @@ class VipsFiles final : public ImageFiles {
     if (VlixImageAlloc(target.record(), static_cast<int32_t>(header.type), region.width, region.height) != 0) {
       throw FileError("not enough memory");
     }
+    pass_rows(file, top);
     decode_into(with_mapped_bands(file.crop(region.x, top, region.width, region.height)), target);
     if (upside_down) flip_rows(target);
     image = std::move(target);

@@ -8,11 +8,14 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <utility>
 
 #include "errors.h"
+#include "supervise.h"
 
 namespace {
 
@@ -39,18 +42,40 @@ void write_directly(const std::string& path, std::string_view contents) {
   if (error != 0) fail(path, error);
 }
 
+// The temporary file that exists now, or is about to, for the handler of signals. There is one at a time: commands that
+// write more than their results take one image.
+char g_unfinished[PATH_MAX];
+volatile std::sig_atomic_t g_is_unfinished = 0;
+
+void remove_unfinished(int signal_number) {
+  if (g_is_unfinished != 0) unlink(g_unfinished);
+  raise(signal_number);  // which has its usual effect again
+}
+
+std::string temporary_name(const std::string& final_path) {
+  std::random_device random;
+  return fmt::format("{}.{:08x}", final_path, random());
+}
+
 // A new file that vanishes unless it is kept.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(const std::string& final_path) : final_path_(final_path), path_(final_path + ".XXXXXX") {
-    descriptor_ = mkostemp(path_.data(), O_CLOEXEC);
-    if (descriptor_ < 0) fail(final_path_, errno);
+  explicit TemporaryFile(const std::string& final_path) : final_path_(final_path), path_(temporary_name(final_path)) {
+    if (path_.size() >= sizeof(g_unfinished)) fail(final_path_, ENAMETOOLONG);
+    path_.copy(g_unfinished, path_.size());
+    g_unfinished[path_.size()] = '\0';
+    g_is_unfinished = 1;
+    descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (descriptor_ >= 0) return;
+    g_is_unfinished = 0;
+    fail(final_path_, errno);
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
     if (descriptor_ >= 0) ::close(descriptor_);
     if (!kept_) unlink(path_.c_str());
+    g_is_unfinished = 0;
   }
 
   void write(std::string_view contents, mode_t mode) {
@@ -88,6 +113,17 @@ std::string resolved(const std::string& path) {
 }
 
 }  // namespace
+
+void remove_unfinished_files_on_signals() {
+  for (const int number : kRequests) {
+    struct sigaction action = {};
+    if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    action.sa_handler = remove_unfinished;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(number, &action, nullptr);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);  // the error number tells as much
+}
 
 void write_file(const std::string& path, std::string_view contents) {
   struct stat existing = {};

@@ -11,6 +11,9 @@
 // text names the file.
 void write_file(const std::string& path, std::string_view contents);
 
+// From now on a signal that ends the process takes a temporary file with it.
+void remove_unfinished_files_on_signals();
+
 // Standard output, or a file that appears when everything has been written.
 class Sink {
  public:
