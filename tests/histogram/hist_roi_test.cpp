@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -431,6 +432,17 @@ TYPED_TEST(HistRoi, RectanglesInAnyOrderAndPartlyOutsideEqualTheTwin) {
                 -1)
           << r[0] << " " << r[1] << " " << r[2] << " " << r[3];
     }
+  }
+}
+
+TYPED_TEST(HistRoi, LastRunningSumIsTheNumberOfCountedPixels) {
+  TestImage<TypeParam> image(37, 23, Fill::kNoise, 12);
+  const Rectangle all(0, 0, 36, 22);
+  const auto samples = samples_in(image, all.corners);
+  const auto inside = std::count_if(samples.begin(), samples.end(), [](float v) { return v >= -100 && v <= 99; });
+  ASSERT_GT(inside, 0);
+  for (int32_t bins : {1, 50, 200}) {
+    EXPECT_EQ(hist_of(image.record, object(all.handle), true, bins, -100, 99).back().y, static_cast<float>(inside));
   }
 }
 

@@ -323,6 +323,22 @@ TEST(Variance, EvenKernelsReachFurtherToTheLeftAndUp) {
   }
 }
 
+// Both reach one pixel to the left and up; only the odd one reaches to the right and down.
+TEST(Variance, EvenAndOddKernelsOfOneHalfSizeEndDifferently) {
+  TestImage<uint8_t> image(6, 5);
+  image.at(5, 4) = 36;
+  OutputImage even;
+  OutputImage odd;
+  ASSERT_EQ(vlix_variance(&image.record, &even.record, nullptr, 0, 2, 2), 0);
+  ASSERT_EQ(vlix_variance(&image.record, &odd.record, nullptr, 0, 3, 3), 0);
+  EXPECT_EQ(even.at<float>(5, 4), 9.0f);
+  EXPECT_EQ(odd.at<float>(5, 4), 9.0f);  // clipped to 2 x 2
+  EXPECT_EQ(even.at<float>(4, 3), 0.0f);
+  EXPECT_EQ(odd.at<float>(4, 3), 4.0f);
+  EXPECT_EQ(even.at<float>(5, 3), 0.0f);
+  EXPECT_EQ(odd.at<float>(5, 3), 6.0f);  // 2 x 3
+}
+
 // Windows of up to 16 x 16 bytes have sums of squares below 2^24: the means are the exact ones, rounded.
 TEST(Variance, SmallWindowsOfBytesAreExact) {
   TestImage<uint8_t> image(150, 40, Fill::kNoise, 6);
