@@ -46,11 +46,42 @@ VLIX_MULTIVERSION int32_t index_of_largest(const float* __restrict distance, con
   return lowest;
 }
 
+// An odd number without a pattern, near 2^64 divided by the golden ratio.
+constexpr uint64_t kHashFactor = 0x9E3779B97F4A7C15u;
+
 // Two stated distances whose cheap ones differ by more than this are in the same order, also as 32-bit floats: both
 // errors, and two units of the float.
 double margin_of(double distance, double error) { return 2.0 * error + 0x1p-22 * distance + 0x1p-147; }
 
+// The square of a cheap distance below which a place is not the farthest one.
+double least_square(double largest, double error) {
+  const double least = largest - margin_of(largest, error);
+  return least > 0.0 ? least * least * (1.0 - 0x1p-50) : 0.0;
+}
+
 }  // namespace
+
+// Fills x_, y_, index_, next_ and count_. From the last point on, so that the first one of a place comes to stand for
+// it.
+bool FarthestPoint::make_places(const PointF32* points, int32_t count) {
+  const std::size_t size = std::bit_ceil(2 * static_cast<std::size_t>(count));
+  const auto table = HeapArray<int32_t>::zeroed(size);  // slots, from 1 on
+  if (!table) return false;
+  count_ = 0;
+  for (int32_t point = count - 1; point >= 0; --point) {
+    const auto bits = std::bit_cast<uint64_t>(points[point]);
+    std::size_t at = static_cast<std::size_t>(bits * kHashFactor >> 32) & (size - 1);
+    while (table[at] != 0 && std::bit_cast<uint64_t>(place(table[at] - 1)) != bits) at = (at + 1) & (size - 1);
+    const bool is_new = table[at] == 0;
+    if (is_new) table[at] = ++count_;
+    const auto slot = static_cast<std::size_t>(table[at] - 1);
+    next_[static_cast<std::size_t>(point)] = is_new ? -1 : index_[slot];
+    x_[slot] = points[point].x;
+    y_[slot] = points[point].y;
+    index_[slot] = point;
+  }
+  return true;
+}
 
 bool FarthestPoint::set(const PointF32* points, int32_t count) {
   const auto n = static_cast<std::size_t>(count);
@@ -59,24 +90,23 @@ bool FarthestPoint::set(const PointF32* points, int32_t count) {
   excess_ = HeapArray<double>::uninitialised(n);
   squared_ = HeapArray<double>::uninitialised(n);
   index_ = HeapArray<int32_t>::uninitialised(n);
+  next_ = HeapArray<int32_t>::uninitialised(n);
   stored_ = HeapArray<float>::zeroed(n);
-  if (!x_ || !y_ || !excess_ || !squared_ || !index_ || !stored_) return false;
+  if (!x_ || !y_ || !excess_ || !squared_ || !index_ || !next_ || !stored_) return false;
+  if (!make_places(points, count)) return false;
 
-  float low_x = points[0].x, high_x = low_x, low_y = points[0].y, high_y = low_y;
-  for (std::size_t i = 0; i < n; ++i) {
-    const PointF32 p = points[i];
+  float low_x = x_[0], high_x = low_x, low_y = y_[0], high_y = low_y;
+  for (int32_t slot = 0; slot < count_; ++slot) {
+    const auto i = static_cast<std::size_t>(slot);
+    const PointF32 p = place(slot);
     if (!has_cheap_distance(p)) return false;
-    x_[i] = p.x;
-    y_[i] = p.y;
     excess_[i] = radius_excess(p);
-    index_[i] = static_cast<int32_t>(i);
     excess_magnitude_ = std::max(excess_magnitude_, std::fabs(excess_[i]));
     low_x = std::min(low_x, p.x);
     high_x = std::max(high_x, p.x);
     low_y = std::min(low_y, p.y);
     high_y = std::max(high_y, p.y);
   }
-  count_ = count;
   const double far_x = std::max(std::fabs(low_x), std::fabs(high_x));
   const double far_y = std::max(std::fabs(low_y), std::fabs(high_y));
   radius_ = radius_bound(far_x, far_y);
@@ -153,13 +183,30 @@ int32_t FarthestPoint::find(const Line& line) {
     return index_[static_cast<std::size_t>(found_)];
   }
   const CheapLine cheap(line);
-  double largest = std::sqrt(evaluate(cheap, x_.get(), y_.get(), excess_.get(), front_, squared_.get()));
-  if (front_ == 0 || !limit_holds(cheap, largest)) {
-    sort_out(cheap);
-    largest = std::sqrt(evaluate(cheap, x_.get(), y_.get(), excess_.get(), front_, squared_.get()));
-  }
-  found_ = decide(line, cheap, largest).slot;
+  found_ = decide(line, cheap, evaluate_front(cheap)).slot;
   return index_[static_cast<std::size_t>(found_)];
+}
+
+int32_t FarthestPoint::find(const LooseLine& line) {
+  const CheapLine cheap(line.line, line.doubt);
+  const double least = least_square(evaluate_front(cheap), cheap.error(radius_));
+  int32_t candidates = 0;
+  for (int32_t slot = 0; slot < front_; ++slot) {
+    if (squared_[static_cast<std::size_t>(slot)] < least) continue;
+    if (++candidates > 1) return -1;
+    found_ = slot;
+  }
+  return index_[static_cast<std::size_t>(found_)];
+}
+
+// Moves to the front what may be the farthest place; returns its cheap distance.
+double FarthestPoint::evaluate_front(const CheapLine& line) {
+  double largest = std::sqrt(evaluate(line, x_.get(), y_.get(), excess_.get(), front_, squared_.get()));
+  if (front_ == 0 || !limit_holds(line, largest)) {
+    sort_out(line);
+    largest = std::sqrt(evaluate(line, x_.get(), y_.get(), excess_.get(), front_, squared_.get()));
+  }
+  return largest;
 }
 
 int32_t FarthestPoint::slot_of_largest_stored() const {
@@ -168,12 +215,11 @@ int32_t FarthestPoint::slot_of_largest_stored() const {
   return static_cast<int32_t>(std::find(first, first + count_, wanted) - first);
 }
 
-// Among the points in front whose cheap distance does not rule them out.
+// Among the places in front whose cheap distance does not rule them out.
 FarthestPoint::Best FarthestPoint::decide(const Line& line, const CheapLine& cheap, double largest) {
   const LineDistance distance(line);
   const double error = cheap.error(radius_);
-  const double least = largest - margin_of(largest, error);
-  const double least_squared = least > 0.0 ? least * least * (1.0 - 0x1p-50) : 0.0;
+  const double least_squared = least_square(largest, error);
   Best best = {-1.0f, 0};
   int32_t candidates = 0;
   for (int32_t slot = 0; slot < front_; ++slot) {
@@ -190,7 +236,13 @@ FarthestPoint::Best FarthestPoint::decide(const Line& line, const CheapLine& che
 }
 
 void FarthestPoint::remove_found() {
-  // The hole moves to the end of the front, then to the end of the points. Stored distances of all points hold on.
+  const auto found = static_cast<std::size_t>(found_);
+  const int32_t next = next_[static_cast<std::size_t>(index_[found])];
+  if (next >= 0) {
+    index_[found] = next;
+    return;
+  }
+  // The hole moves to the end of the front, then to the end of the places. Stored distances of all places hold on.
   if (found_ < front_) {
     --front_;
     swap_slots(found_, front_);

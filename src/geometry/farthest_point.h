@@ -6,11 +6,14 @@
 
 #include "frame/scratch.h"
 #include "geometry/line_distance.h"
+#include "geometry/line_sums.h"
 #include "vlix/types.h"
 
 namespace vlix {
 
-// The points are kept in two groups: a few in front, and the rest, of which each had a cheap distance of at most
+// Equal points have equal distances: they are one place, at which the first of them stands for all.
+//
+// The places are kept in two groups: a few in front, and the rest, of which each had a cheap distance of at most
 // `limit_` to the line of the last sorting. As long as the line has moved by less than the difference between the
 // largest distance in front and the limit, the farthest point is in front. Whatever the cheap distance leaves open is
 // decided by the stated one.
@@ -21,7 +24,11 @@ class FarthestPoint {
 
   // Index of the point in the original order; the points that were removed are out of the game. At least one is left.
   int32_t find(const Line& line);
+  // The same for a line of which the distances are known up to a doubt; -1 where more than one place may be meant.
+  int32_t find(const LooseLine& line);
   void remove_found();
+
+  LooseLineSums::Extent extent() const { return {half_width_, half_height_, radius_, excess_magnitude_}; }
 
  private:
   struct Best {
@@ -29,6 +36,11 @@ class FarthestPoint {
     int32_t slot;
   };
 
+  PointF32 place(int32_t slot) const {
+    return {x_[static_cast<std::size_t>(slot)], y_[static_cast<std::size_t>(slot)]};
+  }
+  bool make_places(const PointF32* points, int32_t count);
+  double evaluate_front(const CheapLine& line);
   bool limit_holds(const CheapLine& line, double largest) const;
   double drift_to(const CheapLine& line) const;
   void sort_out(const CheapLine& line);
@@ -37,7 +49,7 @@ class FarthestPoint {
   Best decide(const Line& line, const CheapLine& cheap, double largest);
   int32_t slot_of_largest_stored() const;
 
-  int32_t count_ = 0;
+  int32_t count_ = 0;  // places
   int32_t front_ = 0;
   int32_t found_ = 0;  // slot
   double limit_ = -1.0;
@@ -52,8 +64,9 @@ class FarthestPoint {
   HeapArray<float> x_, y_;
   HeapArray<double> excess_;
   HeapArray<double> squared_;  // cheap distances of the last evaluation
-  HeapArray<int32_t> index_;
-  // Stated distances of all points to this line, when the last search needed them all.
+  HeapArray<int32_t> index_;   // the first point of each place
+  HeapArray<int32_t> next_;    // for every point the next one of its place, or -1
+  // Stated distances of all places to this line, when the last search needed them all.
   HeapArray<float> stored_;
   Line stored_for_ = {0.0, 0.0};
   bool all_stored_ = false;

@@ -113,7 +113,9 @@ inline double radius_excess(PointF32 p) {
 }
 
 struct CheapLine {
-  explicit CheapLine(const Line& line) : cosine(std::cos(line.phi)), sine(std::sin(line.phi)), rho(line.rho) {}
+  // `line_doubt`: by how much the distances to the line that is meant differ from those to this one.
+  explicit CheapLine(const Line& line, double line_doubt = 0.0)
+      : cosine(std::cos(line.phi)), sine(std::sin(line.phi)), rho(line.rho), doubt(line_doubt) {}
 
   // The square of the cheap distance.
   double squared(double x, double y, double excess) const {
@@ -123,9 +125,9 @@ struct CheapLine {
   }
 
   // Of the distances of points within a radius.
-  double error(double radius) const { return kDistanceError * (radius + std::fabs(rho)); }
+  double error(double radius) const { return kDistanceError * (radius + std::fabs(rho)) + doubt; }
 
-  double cosine, sine, rho;
+  double cosine, sine, rho, doubt;
 };
 
 // The stated distance as a 32-bit float. The cheap one tells it wherever both ends of its error interval are the same

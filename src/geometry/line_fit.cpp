@@ -84,9 +84,6 @@ LineSums sum_points(const PointI32* points, int32_t count) {
 }
 
 Line fit_line(const LineSums& sums, int32_t count, PointF32 first) {
-  // Below these the points are practically equal in x and y. That the limits differ is kept on purpose.
-  constexpr double kEqualWhenFlat = 1e-5;
-  constexpr double kEqualWhenSteep = 1e-4;
   const double n = count;
   const double cxy = sums.xy - sums.y * sums.x / n;
   const double cyy = sums.yy - sums.y * sums.y / n;

@@ -30,6 +30,10 @@ inline float coordinate(int32_t v) { return static_cast<float>(v); }
 inline PointF32 float_point(PointF32 p) { return p; }
 inline PointF32 float_point(PointI32 p) { return {coordinate(p.x), coordinate(p.y)}; }
 
+// Below these the points are practically equal in x and y. That the limits differ is kept on purpose.
+inline constexpr double kEqualWhenFlat = 1e-5;
+inline constexpr double kEqualWhenSteep = 1e-4;
+
 // Sums in double, over several lanes.
 LineSums sum_points(const PointF32* points, int32_t count);
 LineSums sum_points(const PointI32* points, int32_t count);

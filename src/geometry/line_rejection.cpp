@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "frame/scratch.h"
-#include "geometry/exact_line_sums.h"
 #include "geometry/farthest_point.h"
 #include "geometry/line_distance.h"
+#include "geometry/line_sums.h"
 
 namespace vlix {
 namespace {
@@ -31,13 +31,12 @@ int32_t farthest_plainly(const Line& line, const PointF32* points, int32_t count
 }
 
 Line reject_plainly(PointF32* points, int32_t count, int32_t discard) {
-  ExactLineSums exact;
-  const bool is_exact = exact.set(points, count);
   for (;; --discard, --count) {
-    const Line line = fit_line(is_exact ? exact.rounded() : sum_points(points, count), count, points[0]);
+    LineSums sums;
+    add_in_order(points, count, sums);
+    const Line line = fit_line(sums, count, points[0]);
     if (discard == 0) return line;
     PointF32* farthest = points + farthest_plainly(line, points, count);
-    if (is_exact) exact.remove(*farthest);
     std::copy(farthest + 1, points + count, farthest);
   }
 }
@@ -50,6 +49,7 @@ constexpr int32_t kWorthwhile = 24;
 // Points in their places, of which some are gone.
 class Survivors {
  public:
+  Survivors() = default;
   Survivors(PointF32* points, int32_t count, HeapArray<uint8_t> gone)
       : points_(points), count_(count), gone_(std::move(gone)) {}
 
@@ -70,28 +70,70 @@ class Survivors {
   }
 
  private:
-  PointF32* points_;
-  int32_t count_;
+  PointF32* points_ = nullptr;
+  int32_t count_ = 0;
   HeapArray<uint8_t> gone_;
   int32_t first_ = 0;
 };
 
-Line reject_screened(PointF32* points, int32_t count, int32_t discard, FarthestPoint& search, Survivors survivors) {
-  // Sums are the same in any order, or formed anew.
-  ExactLineSums exact;
-  const bool is_exact = exact.set(points, count);
-  for (int32_t left = count;; --discard, --left) {
-    const Line line = fit_line(is_exact ? exact.rounded() : sum_points(points, count), left, survivors.first());
-    if (discard == 0) {
-      survivors.close_gaps();
-      return line;
-    }
-    const int32_t farthest = search.find(line);
-    search.remove_found();
-    if (is_exact) exact.remove(points[farthest]);
-    survivors.remove(farthest);
+// Rounds of removal. Sums in point order take a pass over the points; most rounds do with sums that are near them.
+class Rejection {
+ public:
+  Rejection(PointF32* points, int32_t count) : points_(points), count_(count), left_(count) {}
+
+  // False without memory, or for points without a cheap distance.
+  bool set() {
+    auto gone = HeapArray<uint8_t>::zeroed(static_cast<std::size_t>(count_));
+    if (!gone || !ordered_.set(points_, count_) || !search_.set(points_, count_)) return false;
+    survivors_ = Survivors(points_, count_, std::move(gone));
+    loose_.set(ordered_.form(), count_, sums_never_round(points_, count_));
+    return true;
   }
-}
+
+  void remove_farthest() {
+    const int32_t farthest = find();
+    search_.remove_found();
+    loose_.remove(points_[farthest]);
+    survivors_.remove(farthest);
+    ordered_.has_changed(farthest);
+    --left_;
+  }
+
+  Line finish() {
+    const Line line = fit();
+    survivors_.close_gaps();
+    return line;
+  }
+
+ private:
+  // Where bounds were of no use, the next try waits for more removals.
+  int32_t find() {
+    constexpr int32_t kLongestWait = 64;
+    if (!loose_.are_exact() && --patience_ <= 0) {
+      LooseLine line;
+      const int32_t farthest = loose_.fit(left_, search_.extent(), line) ? search_.find(line) : -1;
+      wait_ = farthest >= 0 ? 1 : std::min(2 * wait_, kLongestWait);
+      patience_ = wait_;
+      if (farthest >= 0) return farthest;
+    }
+    return search_.find(fit());
+  }
+
+  Line fit() {
+    if (!loose_.are_exact()) loose_.set(ordered_.form(), left_, false);
+    return fit_line(loose_.sums(), left_, survivors_.first());
+  }
+
+  PointF32* points_;
+  int32_t count_;
+  int32_t left_;
+  int32_t wait_ = 1;
+  int32_t patience_ = 1;
+  Survivors survivors_;
+  OrderedLineSums ordered_;
+  LooseLineSums loose_;
+  FarthestPoint search_;
+};
 
 template <class Point>
 float sum_in_order(const Line& line, const Point* points, int32_t count) {
@@ -113,14 +155,11 @@ float sum_in_order(const Line& line, const Point* points, int32_t count) {
 }  // namespace
 
 Line reject_farthest(PointF32* points, int32_t count, int32_t discard) {
-  if (discard == 0) return fit_line(sum_points(points, count), count, points[0]);
   // Scratch memory serves speed only: without it the definition does the work, unnoticed.
-  if (count >= kWorthwhile) {
-    FarthestPoint search;
-    auto gone = HeapArray<uint8_t>::zeroed(static_cast<std::size_t>(count));
-    if (gone && search.set(points, count)) {
-      return reject_screened(points, count, discard, search, Survivors(points, count, std::move(gone)));
-    }
+  Rejection rejection(points, count);
+  if (count >= kWorthwhile && rejection.set()) {
+    for (; discard > 0; --discard) rejection.remove_farthest();
+    return rejection.finish();
   }
   return reject_plainly(points, count, discard);
 }

@@ -10,7 +10,7 @@
 namespace vlix {
 
 // Fits, removes the point with the largest perpendicular distance (the first one of equals), and starts again,
-// `discard` times. The kept points end up first, in order. Returns the fit of what is left.
+// `discard` times, at least once. The kept points end up first, in order. Returns the fit of what is left.
 Line reject_farthest(PointF32* points, int32_t count, int32_t discard);
 
 // The running float sum of the stated distances, in order.

@@ -13,6 +13,7 @@
 #include "frame/type_sets.h"
 #include "geometry/line_fit.h"
 #include "geometry/line_rejection.h"
+#include "geometry/line_sums.h"
 #include "vlix/meas.h"
 
 namespace vlix {
@@ -52,6 +53,18 @@ float in_degrees(double radians) { return static_cast<float>(radians * 180.0 / s
 // Toward zero to three decimals.
 float mean_of(float sum, int32_t count) { return std::trunc(sum * 1000.0f / static_cast<float>(count)) / 1000.0f; }
 
+// Sums over several lanes are four times as fast; the distances cost more than either.
+template <class Point>
+Line fit_all(const Point* points, int32_t count, bool in_order) {
+  LineSums sums;
+  if (in_order) {
+    add_in_order(points, count, sums);
+  } else {
+    sums = sum_points(points, count);
+  }
+  return fit_line(sums, count, float_point(points[0]));
+}
+
 template <class Point>
 Kept<Point> fit(const VlixVector& points, uint32_t percent, PointF32* temporary, const Outputs& outputs) {
   const auto* originals = elements<const Point>(points);
@@ -59,7 +72,7 @@ Kept<Point> fit(const VlixVector& points, uint32_t percent, PointF32* temporary,
   Kept<Point> kept = {originals, nullptr, points.count - discard};
   Line line;
   if (discard == 0) {
-    line = fit_line(sum_points(originals, points.count), points.count, float_point(originals[0]));
+    line = fit_all(originals, points.count, outputs.mean_distance != nullptr);
   } else {
     std::transform(originals, originals + points.count, temporary, [](const Point& p) { return float_point(p); });
     line = reject_farthest(temporary, points.count, discard);
