@@ -67,21 +67,44 @@ class LaneWalk {
   explicit VLIX_INLINE LaneWalk(Accumulator& accumulator) : accumulator_(accumulator) {}
 
   VLIX_INLINE void run(const ByteRows& rows) {
-    for (std::ptrdiff_t y = 0; y < rows.rows; ++y) run_row(rows.origin + y * rows.stride, rows.row_bytes);
-    accumulator_.widen();
+    const ByteRows quarter = quarter_of(rows);
+    const bool by_rows = quarter.row_bytes == rows.row_bytes;
+    const std::ptrdiff_t spacing = by_rows ? quarter.rows * rows.stride : quarter.row_bytes;
+    for (std::ptrdiff_t y = 0; y < quarter.rows; ++y) {
+      run_streams(quarter.origin + y * quarter.stride, spacing, quarter.row_bytes);
+    }
+    if (by_rows) {
+      for (std::ptrdiff_t y = kStreams * quarter.rows; y < rows.rows; ++y) {
+        run_row(rows.origin + y * rows.stride, rows.row_bytes);
+      }
+    } else {
+      run_row(rows.origin + kStreams * spacing, rows.row_bytes - kStreams * spacing);
+    }
+    flush();
     accumulator_.fold();
     accumulator_.finish();
   }
 
  private:
   static constexpr int kStep = Accumulator::kStep;
-  static_assert(Accumulator::kVectorsPerFold % Accumulator::kVectorsPerWiden == 0);
+  static_assert(Accumulator::kVectorsPerFold >= Accumulator::kVectorsPerWiden);
 
   static constexpr ByteLanes kNoPadding = {};
-  // Four counts of words in one turn take half the time in the second-level cache. Reading ahead by this many bytes,
-  // which may lie behind the rows, takes 0.8 of the time in the third-level cache.
+  // Four counts of words in one turn take half the time in the second-level cache.
   static constexpr int kUnroll = 4;
+  // Regions of many megabytes are read at four places at once: 0.8 of the time in the third-level cache.
+  static constexpr int kStreams = 4;
+  static constexpr std::ptrdiff_t kStreamedBytes = std::ptrdiff_t{6} << 20;
+  // Reading ahead by this many bytes, which may lie behind the rows, takes 0.8 of the time in the third-level cache.
   static constexpr std::ptrdiff_t kAhead = 2048;
+
+  // What each of the four streams reads: a quarter of the rows, or of the bytes of the only row. Nothing of a small
+  // region.
+  static VLIX_INLINE ByteRows quarter_of(const ByteRows& rows) {
+    if (rows.rows * rows.row_bytes < kStreamedBytes) return {rows.origin, rows.stride, rows.row_bytes, 0};
+    if (rows.rows > 1) return {rows.origin, rows.stride, rows.row_bytes, rows.rows / kStreams};
+    return {rows.origin, 0, rows.row_bytes / (kStreams * kStep) * kStep, 1};
+  }
 
   VLIX_INLINE void add_whole(const uint8_t* p) {
     __builtin_prefetch(p + kAhead);
@@ -90,8 +113,28 @@ class LaneWalk {
     accumulator_.add(v, kNoPadding);
   }
 
+  static VLIX_INLINE std::ptrdiff_t whole_vectors(std::ptrdiff_t bytes) {
+    return bytes < kLaneBytes ? 0 : (bytes - kLaneBytes) / kStep + 1;
+  }
+
+  VLIX_INLINE void run_streams(const uint8_t* p, std::ptrdiff_t spacing, std::ptrdiff_t bytes) {
+    std::ptrdiff_t vectors = whole_vectors(bytes);
+    bytes -= vectors * kStep;
+    while (vectors > 0) {
+      if (Accumulator::kVectorsPerWiden - since_widen_ < kStreams) flush();
+      const std::ptrdiff_t stretch =
+          std::min<std::ptrdiff_t>(vectors, (Accumulator::kVectorsPerWiden - since_widen_) / kStreams);
+      for (std::ptrdiff_t i = 0; i < stretch; ++i, p += kStep) {
+        for (int k = 0; k < kStreams; ++k) add_whole(p + k * spacing);
+      }
+      vectors -= stretch;
+      count(static_cast<int32_t>(kStreams * stretch));
+    }
+    for (int k = 0; k < kStreams; ++k) run_end(p + k * spacing, bytes);
+  }
+
   VLIX_INLINE void run_row(const uint8_t* p, std::ptrdiff_t bytes) {
-    std::ptrdiff_t vectors = bytes < kLaneBytes ? 0 : (bytes - kLaneBytes) / kStep + 1;
+    std::ptrdiff_t vectors = whole_vectors(bytes);
     bytes -= vectors * kStep;
     while (vectors > 0) {
       const std::ptrdiff_t stretch = std::min<std::ptrdiff_t>(vectors, Accumulator::kVectorsPerWiden - since_widen_);
@@ -103,6 +146,11 @@ class LaneWalk {
       vectors -= stretch;
       count(static_cast<int32_t>(stretch));
     }
+    run_end(p, bytes);
+  }
+
+  // Fewer bytes than a vector has, or than it may read.
+  VLIX_INLINE void run_end(const uint8_t* p, std::ptrdiff_t bytes) {
     for (; bytes > 0; bytes -= kStep, p += kStep) {
       const auto used = static_cast<std::size_t>(std::min<std::ptrdiff_t>(bytes, kStep));
       ByteLanes v = {};
@@ -116,11 +164,14 @@ class LaneWalk {
 
   VLIX_INLINE void count(int32_t vectors) {
     since_widen_ += vectors;
-    if (since_widen_ < Accumulator::kVectorsPerWiden) return;
+    if (since_widen_ >= Accumulator::kVectorsPerWiden) flush();
+  }
+
+  VLIX_INLINE void flush() {
     accumulator_.widen();
     since_fold_ += since_widen_;
     since_widen_ = 0;
-    if (since_fold_ < Accumulator::kVectorsPerFold) return;
+    if (since_fold_ + Accumulator::kVectorsPerWiden <= Accumulator::kVectorsPerFold) return;
     accumulator_.fold();
     since_fold_ = 0;
   }

@@ -328,6 +328,17 @@ TEST(CountTwin, AllFills) {
   }
 }
 
+// Such regions are read at several places at once; neither the rows nor their bytes divide by four.
+TEST(CountTwin, RegionsOfManyMegabytes) {
+  for (const Format& format : {kS8, kF32, kColour36}) {
+    SCOPED_TRACE(format.name);
+    RawImage image(format, 1237, 6500000 / format.bytes / 1237 + 1, Fill::kNoise, 11);
+    EXPECT_EQ(count_non_zero(image.record, 0), count_non_zero_twin(format, image));
+    image.crop(1, 0, 1, 0);
+    EXPECT_EQ(count_between(image.record, 0, 9, 100), count_between_twin(format, image, 9, 100));
+  }
+}
+
 // Lanes of bytes are emptied after 255 vectors, lanes of words after 65535.
 TEST(CountTwin, LanesAreEmptiedInTime) {
   for (const Format& format : {kU8, kS8}) {

@@ -129,6 +129,17 @@ TEST(StatsTwinTest, AllFillsOfVectors) {
   });
 }
 
+// Such regions are read at several places at once; neither the rows nor their bytes divide by four.
+TEST(StatsTwinTest, RegionsOfManyMegabytes) {
+  for (const Format& format : {kS8, kU16, kColour36, kColour39, kColour44}) {
+    RawImage image(format, 1237, 7 * 1024 * 1024 / format.bytes / 1237 + 3, Fill::kNoise, 12);
+    SCOPED_TRACE(testing::Message() << format << " height " << image.record.height);
+    expect_twin(format, image, true);
+    image.crop(3, 1, 2, 1);
+    expect_twin(format, image, true);
+  }
+}
+
 // Where lanes of 8, 16 and 32 bits are emptied: runs of 255, 256, 4096 and 65536 vectors of 64 bytes, and one more.
 TEST(StatsTwinTest, LanesAreEmptiedInTime) {
   for (const Format& format : {kU8, kS8, kU16, kS16}) {
