@@ -44,8 +44,8 @@ typedef enum VectorDiffOp {
  * | #VectorDiffOp_DiffEuclid | sqrt of the sum of d * d | sqrt(sum / n) |
  * | #VectorDiffOp_DiffMaxAbs | the first d of largest magnitude, with its sign | the same |
  *
- * Empty vectors give 0.0, or NaN where the code divides by n; the code itself is then not examined. Differences that
- * are NaN make a sum NaN and are passed over by #VectorDiffOp_DiffMaxAbs.
+ * Edges: empty vectors give 0.0, or NaN where the code divides by n; the code itself is then not examined. Differences
+ * that are NaN make a sum NaN and are passed over by #VectorDiffOp_DiffMaxAbs.
  *
  * Reports, the first that applies: type of @p a, type of @p b, unequal lengths ("vectorDiff: input vectors must be the
  * same size"), unknown code with at least one element ("vectorDiff: unknown operation code %d"). After a report the
@@ -67,8 +67,11 @@ VLIX_API VlixStatus vlix_vectorDiff(const VlixVector* a, const VlixVector* b, do
 /**
  * Histogram of a monochrome image over a float range, counted by the utility library.
  *
- * nBins bins of equal width over [lo, hi]; VlixUtilComputeHistogram describes the bins, their edges and what it does
- * not count.
+ * nBins bins of equal width over [lo, hi]: hist[i].x = lo + i (hi - lo) / nBins, computed in double and rounded to
+ * float, and hist[i].y is the number of pixels from there to below the next bin.
+ *
+ * Edges: a value equal to hi belongs to the last bin. Not-a-number pixels and values outside of the range are not
+ * counted. Where bins are narrower than the steps between floats, the first of those that start at the same x counts.
  *
  * Reports, the first that applies: four-byte colours ("histogram: not supported for color images"), any other type that
  * is not accepted, nBins < 1 ("histogram: invalid number of bins, must be greater than 0"), lo > hi ("histogram:
@@ -93,8 +96,10 @@ VLIX_API VlixStatus vlix_histogram(const VlixImage* image, VlixVector* hist, int
  * Histogram of an integer image over evenly spaced integer bins.
  *
  * A bin is w = (hi - lo + 1) / nBins values wide, hist[i].x = lo + i * w, and hist[i].y is the number of pixels in
- * x .. x + w - 1. Pixels outside lo .. hi are not counted. The range is computed in 32 bits: one of more than 2^31 - 1
- * values wraps, and values that then have no bin are not counted.
+ * x .. x + w - 1.
+ *
+ * Edges: pixels outside lo .. hi are not counted. The range is computed in 32 bits: one of more than 2^31 - 1 values
+ * wraps, and values that then have no bin are not counted.
  *
  * With the optimisation level above 0 a primitive counts U8, U16 and S16 images. At level 0, for S8 images, and when
  * the primitive fails (which is reported; the result is computed all the same and 0 returned), the bin of a value v is
@@ -131,6 +136,8 @@ VLIX_API VlixStatus vlix_histogramInt(const VlixImage* image, VlixVector* hist, 
  * indexed by the bin and not by the channel: @p lo therefore has an entry for each bin of the longest histogram (at
  * least three), and a caller who wants true bin values computes them from lo[c].
  *
+ * Edges: values outside of a channel's range are not counted in that channel.
+ *
  * A primitive counts; there is no other path.
  *
  * Reports, the first that applies: type; for each channel in turn hi < lo ("histogram: invalid value range %g..%g",
@@ -160,7 +167,9 @@ VLIX_API VlixStatus vlix_histogramIntColor(const VlixImage* image, VlixVector* h
  * Histogram of the pixels inside regions and shapes.
  *
  * The range is r = hi - lo truncated toward zero, plus 1 for integer pixels; a bin is w = r / nBins wide, and
- * hist[i].x = lo + i * w. A pixel v is counted when L <= v <= H, where L and H are @p lo and @p hi, truncated toward
+ * hist[i].x = lo + i * w.
+ *
+ * Edges: a pixel v is counted when L <= v <= H, where L and H are @p lo and @p hi, truncated toward
  * zero for integer pixels; its bin is (v - L) / w truncated toward zero. Pixels whose bin lies outside the vector are
  * dropped: v = hi of an F32 image (256 bins over 0 .. 255 have a width of 255 / 256), fractional limits on integer
  * images, ranges r <= 0. NaN is never counted. Counts are 32-bit floats and stop at 2^24. A pixel that lies in several
@@ -206,8 +215,8 @@ VLIX_API VlixStatus vlix_histRoi(const VlixImage* image, const VlixObj* roi, Vli
  * better. Otherwise it is measured against the nearest earlier candidate that it does not beat, back to the last
  * accepted peak: within @p minDist it is held back, and keeps later ones away; farther off it becomes the next peak.
  *
- * NaN is never an extremum and ends a run. Fewer than three elements have no extrema; the result is then an empty
- * vector.
+ * Edges: NaN is never an extremum and ends a run. Fewer than three elements have no extrema; the result is then an
+ * empty vector.
  *
  * Reports, the first that applies: type of @p hist, out of memory (bytes of n points).
  *
@@ -245,8 +254,10 @@ VLIX_API VlixStatus vlix_histPeaksInt(const VlixVector* hist, VlixVector* peaks,
  * and where that is even, K + 1 if r is greater than K, else K - 1 (4.0 gives 3, 4.3 gives 5, 0.4 gives 1). Then
  * smoothed[i].y is the sum of hist[j].y over |j - i| <= (K - 1) / 2, divided by K also where the window reaches beyond
  * the ends, as if zeros followed there. The sum runs from left to right in 32-bit floats: the element that leaves is
- * subtracted, then the one that enters is added. The values of x are copied. A window of K <= 0 elements (a width of 0)
- * copies the counts too; so does one of more elements than 32 bits can count.
+ * subtracted, then the one that enters is added. The values of x are copied.
+ *
+ * Edges: the zeros attenuate the (K - 1) / 2 outermost elements of either side. A window of K <= 0 elements (a width of
+ * 0) copies the counts too; so does one of more elements than 32 bits can count.
  *
  * Reports, the first that applies: fewer than two elements ("smoothHist: vector size %d, must be > 2"; two are
  * accepted), dx <= 0 ("smoothHist: histogram increment error (dx = %f)"), K greater than the number of elements
@@ -284,7 +295,8 @@ VLIX_API VlixStatus vlix_smoothHistInt(const VlixVector* hist, VlixVector* smoot
  * When the window has no elements (K <= 0), the histogram stays as it is and the temporary copy is never released: a
  * known leak of the length of the histogram.
  *
- * @param[in,out] hist vector of PointF32 (x = value of the bin, evenly spaced; y = count); its type is not tested
+ * @param[in,out] hist vector of PointF32 (x = value of the bin, evenly spaced; y = count), not null; its type is not
+ * tested
  * @param[in] width length of the window in units of x
  * @return 0 or the status of the report
  */
@@ -298,8 +310,8 @@ VLIX_API VlixStatus vlix_smoothHist_consume(VlixVector* hist, float width);
  * When the window has no elements (K <= 0), the histogram stays as it is and the temporary copy is never released: a
  * known leak of the length of the histogram.
  *
- * @param[in,out] hist vector of PointI32 (x = lowest value of the bin, evenly spaced; y = count); its type is not
- * tested
+ * @param[in,out] hist vector of PointI32 (x = lowest value of the bin, evenly spaced; y = count), not null; its type is
+ * not tested
  * @param[in] width length of the window in units of x
  * @return 0 or the status of the report
  */
@@ -318,7 +330,9 @@ VLIX_API VlixStatus vlix_smoothHistInt_consume(VlixVector* hist, float width);
  *     mean = S / N      deviation = sqrt(Q / N - mean * mean)      S = sum of x, Q = sum of x * x
  *
  * and every result is rounded to a float. The radicand is not clamped: where rounding makes it negative, as equal
- * samples with fractions can, the deviation is not-a-number. Extremes start with the first sample and move only to
+ * samples with fractions can, the deviation is not-a-number.
+ *
+ * Edges: extremes start with the first sample and move only to
  * samples beyond them: a not-a-number counts in S and Q, but becomes an extreme only as the first sample, and of zeros
  * of both signs the first one stays.
  *
@@ -376,7 +390,7 @@ VLIX_API VlixStatus vlix_stats(const VlixObj* obj, float* pMean, float* pStdDev,
  * Of a float, -0 is zero and not-a-number is not. A colour is zero when all three channels are; the fourth byte (or the
  * top two bits of Colour36) does not matter.
  *
- * An empty region counts 0. Of 2^32 pixels and more the low 32 bits are stored.
+ * Edges: an empty region counts 0. Of 2^32 pixels and more the low 32 bits are stored.
  *
  * Reports: a type that is not accepted.
  *
@@ -407,7 +421,7 @@ VLIX_API VlixStatus vlix_countPix(const VlixImage* image, uint32_t* pCount);
  * instance, counts the pixels up to high. Where the primitive fails, nothing is reported and the count is that of
  * level 0.
  *
- * An empty region counts 0. Of 2^32 pixels and more the low 32 bits are stored.
+ * Edges: an empty region counts 0. Of 2^32 pixels and more the low 32 bits are stored.
  *
  * Reports: a type that is not accepted, under the name "countPix".
  *
@@ -426,7 +440,9 @@ VLIX_API VlixStatus vlix_countThreshPix(const VlixImage* image, uint32_t* pCount
  *
  * The window of pixel (x, y) covers columns x - a .. x + kernelWidth - a - 1 with a = kernelWidth / 2 (integer
  * division) and rows in the same way: it is centred for odd kernels and reaches one pixel further to the left and up
- * for even ones. It is clipped at the region; c is the number of pixels that it then holds, T their sum and U their sum
+ * for even ones.
+ *
+ * Edges: the window is clipped at the region; c is the number of pixels that it then holds, T their sum and U their sum
  * of squares:
  *
  *     mean = T / c      variance = (U - mean * c * mean) / (c - 1)      deviation = sqrt(variance)
@@ -468,7 +484,7 @@ VLIX_API VlixStatus vlix_variance(const VlixImage* image, VlixImage* meanImage, 
  * whole, without their fourth byte; their mean is taken and rounded half up channel by channel, and the fourth byte is
  * stored as 0.
  *
- * A region of one pixel has it at all four corners. An empty region has none and must not be handed over.
+ * Edges: a region of one pixel has it at all four corners. An empty region has none and must not be handed over.
  *
  * Reports: a type that is not accepted.
  *
@@ -484,8 +500,11 @@ VLIX_API VlixStatus vlix_background(const VlixImage* image, void* pValue);
  * Converts a level into one pixel of an image's type.
  *
  * The value is clamped to the range of the type, then truncated toward zero; F32 stores it as it is, and four-byte
- * colours store the clamped byte in channels 0, 1 and 2 and 0 in the fourth byte. Not-a-number gives 0. For any other
- * type nothing is written. Nothing is reported.
+ * colours store the clamped byte in channels 0, 1 and 2 and 0 in the fourth byte.
+ *
+ * Edges: not-a-number gives 0. For any other type nothing is written.
+ *
+ * Reports: none.
  *
  * Cost: constant.
  *
@@ -510,6 +529,9 @@ VLIX_API VlixStatus vlix_background_assignF32(const VlixImage* image, void* pVal
  * template,
  *
  *     dst = (N * Sit - Si * St) / sqrt((N * Sii - Si * Si) * (N * Stt - St * St)).
+ *
+ * Edges: a placement that is not covered by the target as a whole has no score; a template larger than the target has
+ * none at all.
  *
  * At level 0 this is computed as it stands in double, each sum in memory order, then rounded to a float; 0 where the
  * radicand is not positive. For integer pixels that is exact up to the last rounding; float pixels whose spread is
@@ -549,8 +571,10 @@ VLIX_API VlixStatus vlix_nxcorr(const VlixImage* target, const VlixImage* templa
  *
  * dst(x, y) = min(65535, sum over u, v of abs(template(u, v) - target(x + u, y + v))), coordinates relative to the
  * regions: 0 for an identical patch. Integers are widened before the difference. With an F32 image on either side the
- * difference is formed in floats and each one truncated toward zero: differences below 1 add nothing; NaN and what does
- * not fit 32 bits add 2147483648. The sum is taken modulo 2^32 and limited to 65535 once.
+ * difference is formed in floats and each one truncated toward zero.
+ *
+ * Edges: differences of floats below 1 add nothing; NaN and what does not fit 32 bits add 2147483648. The sum is taken
+ * modulo 2^32 and limited to 65535 once.
  *
  * Reports, the first that applies: @p dst is @p target ("sod: destination image should be different than source
  * image"), type of @p target, type of @p templateIm, "sod: templateIm is larger than target".
@@ -572,7 +596,9 @@ VLIX_API VlixStatus vlix_sod(const VlixImage* target, const VlixImage* templateI
  *
  * dst(x, y) = sum over u, v of image2(u, v) * image1(x + u - w / 2, y + v - h / 2) / (W * H): the pattern's pixel
  * (w / 2, h / 2), halves rounded down, lies on pixel (x, y). W x H is the region of @p image1, w x h that of @p image2;
- * coordinates are relative to the regions. image1 is 0 outside of its region: scores near the border see part of the
+ * coordinates are relative to the regions.
+ *
+ * Edges: image1 is 0 outside of its region: scores near the border see part of the
  * pattern only. The pattern may be larger than the image.
  *
  * Pixels enter the transform exactly. The spectra are multiplied in double and rounded to floats; the transform works
@@ -610,7 +636,9 @@ VLIX_API VlixStatus vlix_xCorr(const VlixImage* image1, const VlixImage* image2,
  *
  * Each sum is a running 32-bit float in increasing x or y, hence rounded once it exceeds 2^24. Only U8 images that are
  * summed as a whole, at least 5 columns wide and at a level other than 0, have exact 32-bit unsigned sums that are
- * converted once at the end. There the column sums need one block of memory; when it cannot be had they stay 0 without
+ * converted once at the end.
+ *
+ * Edges: there the column sums need one block of memory; when it cannot be had they stay 0 without
  * a report. A region without rows gives columns of 0, and the other way round.
  *
  * Reports, the first that applies: type of @p image (also when both outputs are null), out of memory for the buffer of
@@ -631,8 +659,10 @@ VLIX_API VlixStatus vlix_projection(const VlixImage* image, VlixVector* rowProj,
  * Row and column sums of a region of integer pixels as 32-bit integers.
  *
  * rows[y] = sum of v(x, y) over the columns x, columns[x] = sum of v(x, y) over the rows y, both counted from the
- * region's first row and column; sums wrap modulo 2^32. At a level other than 0 the column sums of U8 images need one
- * block of memory; when it cannot be had they stay 0 without a report.
+ * region's first row and column.
+ *
+ * Edges: sums wrap modulo 2^32. A region without rows gives columns of 0, and the other way round. At a level other
+ * than 0 the column sums of U8 images need one block of memory; when it cannot be had they stay 0 without a report.
  *
  * Reports, the first that applies: type of @p image (under the name "projection", also when both outputs are null), out
  * of memory for the buffer of row pairs ("projectionInt"), then of column pairs ("projection"). A failure releases the
@@ -659,7 +689,9 @@ VLIX_API VlixStatus vlix_projectionInt(const VlixImage* image, VlixVector* rowPr
  * Reports, the first that applies: a point outside of the region of interest, whose last column and row count as inside
  * ("samplepath: point(%f,%f) out of image ROI"); another mode ("samplepath_point: interpolation mode not suppported");
  * a type without kernel ("samplepath_point: image format not suppported"). A status channel whose value is 0 lets
- * processing go on after the first two. Where there is no pixel then, and for NaN coordinates, the result is NaN.
+ * processing go on after the first two.
+ *
+ * Edges: where there is no pixel then, and for NaN coordinates, the result is NaN.
  *
  * Cost: constant.
  *
@@ -675,8 +707,10 @@ VLIX_API VlixStatus vlix_samplepath_point(const VlixImage* image, PointF32 point
  * Reads the image along a poly-line in steps of equal arc length.
  *
  * With the length L of the path, N = trunc(L / spacing) + 1 samples are taken, and the last vertex itself as one more
- * where the fraction of L / spacing is at least one half. Steps run on from segment to segment. A sample outside of the
- * image leaves no entry; entries that no sample filled are 0. Lengths and positions are 32-bit floats.
+ * where the fraction of L / spacing is at least one half. Steps run on from segment to segment. Lengths and positions
+ * are 32-bit floats.
+ *
+ * Edges: a sample outside of the image leaves no entry; entries that no sample filled are 0.
  *
  * Where the samples of the second and later segments begin is counted up to the number of elements that @p values has
  * on entry (kept on purpose): hand over a vector of at least N elements, for instance by calling twice. A path of one
@@ -744,6 +778,9 @@ VLIX_API VlixStatus vlix_samplepath_line(const VlixImage* image, PointF32 start,
  * | Cxx >= Cyy, Cxx <= 1e-5 | 0 | y of the first point |
  * | Cxx < Cyy, Cyy <= 1e-4 | 90 degrees | x of the first point; the normal form has -x |
  *
+ * Edges: the two limits are absolute, in pixels squared; points closer together than that have no direction of their
+ * own.
+ *
  * r = (count * discardPercent + 50) / 100 points are discarded, in 32-bit integers that wrap, none where that is
  * negative, and so few that two points stay. Each time the point with the largest distance to the line goes, the first
  * of equals, and the others are fitted again. Distances are 32-bit floats: the distance from the point to the foot of
@@ -786,6 +823,8 @@ VLIX_API VlixStatus vlix_linearRegressionFloat(const VlixVector* points, uint32_
  * handed out (values that do not fit 32 bits any more become -2147483648). The report about a missing @p pOutPointsNum
  * reads "linearRegression: if pOutPoints is preallocated, pOutPointsNum should not be NULL".
  *
+ * Cost: that of vlix_linearRegressionFloat.
+ *
  * @param[in] points vector of PointI32, in pixels; it is not changed
  * @param[in] discardPercent as for vlix_linearRegressionFloat
  * @param[out] angle as for vlix_linearRegressionFloat
@@ -821,7 +860,7 @@ VLIX_API VlixStatus vlix_linearRegressionInt(const VlixVector* points, uint32_t 
  * Results are those of sums taken in point order from scratch in every pass. Other orders and updated sums are used
  * only where a bound of their rounding proves that the floats are the same.
  *
- * Coordinates that are not finite give results that are not numbers.
+ * Edges: coordinates that are not finite give results that are not numbers.
  *
  * Reports, the first that applies: fewer than three points ("circularRegression: vector of size %d specified"); in any
  * pass Suu, Svv or |D| below 1e-12, that is, collinear points or all in one place ("circularRegression: calculation
@@ -830,7 +869,8 @@ VLIX_API VlixStatus vlix_linearRegressionInt(const VlixVector* points, uint32_t 
  * Cost: one pass over the points; another one for the mean error. Each discarded point costs a few hundred operations;
  * where the bound decides nothing (a short arc, a coordinate of the centre next to 0), two passes more. No heap.
  *
- * @param[in,out] points vector of PointF32, in pixels; its type is not tested. Reordered where points are discarded
+ * @param[in,out] points vector of PointF32, in pixels, not null; its type is not tested. Reordered where points are
+ *   discarded
  * @param[in] discardPercent percentage of points to discard, 0 = none, any value
  * @param[out] diameter receives the diameter; null: not wanted
  * @param[out] centre receives the centre; null: not wanted
@@ -872,6 +912,8 @@ VLIX_API VlixStatus vlix_circularRegressionFloat(const VlixVector* points, uint3
  *
  * Coordinates become floats, exactly up to 2^24 in magnitude, and are truncated toward zero where kept points are
  * handed out (values that do not fit 32 bits any more become -2147483648).
+ *
+ * Cost: that of vlix_circularRegressionFloat.
  *
  * @param[in] points vector of PointI32, in pixels; it is not changed
  * @param[in] discardPercent as for vlix_circularRegression

@@ -15,35 +15,36 @@
 extern "C" {
 #endif
 
-/** @name Type queries */
+/** @name Type queries
+ * Nothing is reported. Cost: constant. */
 /** @{ */
 
 /**
  * Bytes per element or pixel.
- * @param type an #ObjType code
+ * @param[in] type an #ObjType code
  * @return the size in bytes (1, 2, 3, 4, 8 or the size of #VlixShape), 0 for an unknown code
  */
 VLIX_API int32_t VlixObjGetSize(int32_t type);
 
 /**
  * Bits per element or pixel.
- * @param type an #ObjType code
+ * @param[in] type an #ObjType code
  * @return the size in bits, 0 for an unknown code
  */
 VLIX_API int32_t VlixObjGetSizeBits(int32_t type);
 
 /**
  * Name of a type or handle kind for messages.
- * @param type any code
+ * @param[in] type any code
  * @return a constant text, never null; "unknown" for a code that this library does not know
  */
 VLIX_API const char* VlixObjGetName(int32_t type);
 
 /**
  * Tests a type code against a list.
- * @param type the code to look for
- * @param n number of codes that follow
- * @param ... n further codes, each an int32_t
+ * @param[in] type the code to look for
+ * @param[in] n number of codes that follow
+ * @param[in] ... n further codes, each an int32_t
  * @return 1 when @p type equals one of them, otherwise 0
  */
 VLIX_API int32_t VlixObjCheckEqList(int32_t type, int32_t n, ...);
@@ -51,7 +52,8 @@ VLIX_API int32_t VlixObjCheckEqList(int32_t type, int32_t n, ...);
 /** @} */
 
 /** @name Status channel
- * Nothing is printed by default: the last report is kept per thread, and a handler may be set. */
+ * Nothing is printed by default: the last report is kept per thread, and a handler may be set. Cost: constant, one
+ * lock where a handler is set, and what the handler takes. */
 /** @{ */
 
 /** Kinds of reports. */
@@ -82,23 +84,23 @@ typedef struct VlixOpReport {
 
 /**
  * Receives every report.
- * @param report the report; valid during the call only
- * @param user the pointer given to #VlixOpSetHandler
+ * @param[in] report the report; valid during the call only
+ * @param[in] user the pointer given to #VlixOpSetHandler
  */
 typedef void (*VlixOpHandler)(const VlixOpReport* report, void* user);
 
 /**
  * Reports a failure: keeps it as the calling thread's last report and hands it to the handler, if there is one.
- * @param level severity; 1 (error) is the only level in use
- * @param kind #VlixStatusKind, which tells what the further arguments are
- * @param text operation name or printf format, see #VlixStatusKind; may be null
+ * @param[in] level severity; 1 (error) is the only level in use
+ * @param[in] kind #VlixStatusKind, which tells what the further arguments are
+ * @param[in] text operation name or printf format, see #VlixStatusKind; may be null
  * @return the negative VLIX_STATUS_ code of the kind
  */
 VLIX_API int32_t VlixOpStatus(int32_t level, int32_t kind, const char* text, ...);
 
 /**
  * Copies the calling thread's last report.
- * @param report receives it; count 0 and an empty text when there is none; may be null
+ * @param[out] report receives it; count 0 and an empty text when there is none; may be null
  */
 VLIX_API void VlixOpLastReport(VlixOpReport* report);
 
@@ -107,15 +109,16 @@ VLIX_API void VlixOpClear(void);
 
 /**
  * Sets the handler of all threads.
- * @param handler called on the reporting thread, outside of any lock; null removes it
- * @param user handed to the handler as it is
+ * @param[in] handler called on the reporting thread, outside of any lock; null removes it
+ * @param[in] user handed to the handler as it is
  */
 VLIX_API void VlixOpSetHandler(VlixOpHandler handler, void* user);
 
 /** @} */
 
 /** @name Optimisation level
- * 0 = plain loops, 1 = primitives (the default), 2 = primitives and packed-integer kernels. */
+ * 0 = plain loops, 1 = primitives (the default), 2 = primitives and packed-integer kernels. Nothing is reported. Cost:
+ * constant. */
 /** @{ */
 
 /**
@@ -127,7 +130,7 @@ VLIX_API int32_t VlixOptimGetLevel(void);
 
 /**
  * Sets the level for the whole process.
- * @param level 0, 1 or 2
+ * @param[in] level 0, 1 or 2
  * @return 0 on success, non-zero (nothing changed) for any other value
  */
 VLIX_API int32_t VlixOptimSetLevel(int32_t level);
@@ -137,31 +140,35 @@ VLIX_API int32_t VlixOptimSetLevel(int32_t level);
 /** @name Images
  * A record starts as all zeros. Its buffer is own (allocated here, aligned to 64 bytes, freed here), wrapped (see
  * #VlixImageWrap) or foreign (memory that this library has never seen, put into the record by hand). Wrapped and
- * foreign buffers are never grown nor freed. */
+ * foreign buffers are never grown nor freed.
+ *
+ * Cost: an allocation or a release at most; no pixel is touched. */
 /** @{ */
 
 /**
  * Gives a record a new buffer. What the record held before is neither read nor released.
- * @param image the record; refused when null
- * @param type pixel type
- * @param width,height size in pixels, both at least 1; the bits of a row must fit 31 bits
+ * @param[out] image the record; refused when null
+ * @param[in] type pixel type
+ * @param[in] width,height size in pixels, both at least 1; the bits of a row must fit 31 bits
  * @return 0 on success; negative, with the record emptied, on failure; nothing is reported
  */
 VLIX_API int32_t VlixImageAlloc(VlixImage* image, int32_t type, int32_t width, int32_t height);
 
 /**
  * Empties a record and frees its buffer if it is an own one. Releasing an empty record, or a record twice, is harmless.
- * @param image the record; null is ignored
- * @param flag 1 for the records of temporaries; both values release alike
+ * @param[in,out] image the record; null is ignored
+ * @param[in] flag 1 for the records of temporaries; both values release alike
+ *
+ * Nothing is reported.
  */
 VLIX_API void VlixImageRelease(VlixImage* image, int32_t flag);
 
 /**
  * Shapes an output: reuses the record's buffer when it is large enough, otherwise replaces an own buffer by a larger
  * one. Pixels are not cleared. The region of interest becomes the whole image.
- * @param image the record, empty or filled
- * @param type,width,height as for #VlixImageAlloc
- * @param operation name for the report
+ * @param[in,out] image the record, empty or filled
+ * @param[in] type,width,height as for #VlixImageAlloc
+ * @param[in] operation name for the report
  * @return 0 on success; otherwise non-zero, reported under @p operation, with record and contents as they were
  */
 VLIX_API int32_t VlixImageTryUseReservedMem(VlixImage* image, int32_t type, int32_t width, int32_t height,
@@ -170,63 +177,69 @@ VLIX_API int32_t VlixImageTryUseReservedMem(VlixImage* image, int32_t type, int3
 /**
  * Makes a record a view of the caller's memory. The memory must outlive the record; it is never grown nor freed here.
  * Release the record when done with it.
- * @param image the record; what it held before is neither read nor released
- * @param type pixel type
- * @param data (width x height) pixels, rows without padding; not null, not the start of a buffer of this library
- * @param width,height size in pixels, both at least 1
+ * @param[out] image the record; what it held before is neither read nor released
+ * @param[in] type pixel type
+ * @param[in] data (width x height) pixels, rows without padding; not null, not the start of a buffer of this library
+ * @param[in] width,height size in pixels, both at least 1
  * @return 0 on success; otherwise non-zero, reported, with the record as it was
  */
 VLIX_API int32_t VlixImageWrap(VlixImage* image, int32_t type, void* data, int32_t width, int32_t height);
 
 /**
  * Sets the region of interest.
- * @param image the record
- * @param x,y first column and row
- * @param width,height size, both at least 1; the region must lie inside the image
+ * @param[in,out] image the record
+ * @param[in] x,y first column and row
+ * @param[in] width,height size, both at least 1; the region must lie inside the image
  * @return 0 on success; otherwise non-zero, reported, with the record as it was
  */
 VLIX_API int32_t VlixImageSetRoi(VlixImage* image, int32_t x, int32_t y, int32_t width, int32_t height);
 
 /**
  * Makes the region of interest the whole image.
- * @param image the record; null is ignored
+ * @param[in,out] image the record; null is ignored
+ *
+ * Nothing is reported.
  */
 VLIX_API void VlixImageResetRoi(VlixImage* image);
 
 /** @} */
 
 /** @name Vectors
- * As for images; a vector of 0 elements is legal and has a buffer. */
+ * As for images; a vector of 0 elements is legal and has a buffer.
+ *
+ * Cost: an allocation or a release at most; #VlixVectorCopy and a #VlixVectorResize that grows copy the elements. */
 /** @{ */
 
 /**
  * Gives a record a new buffer. What the record held before is neither read nor released.
- * @param vector the record; refused when null
- * @param type element type
- * @param count number of elements, at least 0
+ * @param[out] vector the record; refused when null
+ * @param[in] type element type
+ * @param[in] count number of elements, at least 0
  * @return 0 on success; negative, with the record emptied, on failure; nothing is reported
  */
 VLIX_API int32_t VlixVectorAlloc(VlixVector* vector, int32_t type, int32_t count);
 
 /**
  * Empties a record and frees its buffer if it is an own one.
- * @param vector the record; null is ignored
- * @param flag both values release alike
+ * @param[in,out] vector the record; null is ignored
+ * @param[in] flag both values release alike
+ *
+ * Nothing is reported.
  */
 VLIX_API void VlixVectorRelease(VlixVector* vector, int32_t flag);
 
 /**
  * Changes the number of elements and keeps those that both sizes have. Elements that are new are not cleared.
- * @param vector the record, with a type
- * @param count at least 0; a wrapped or foreign buffer does not grow beyond what it holds
+ * @param[in,out] vector the record, with a type
+ * @param[in] count at least 0; a wrapped or foreign buffer does not grow beyond what it holds
  * @return 0 on success; negative, with the record as it was, on failure; nothing is reported
  */
 VLIX_API int32_t VlixVectorResize(VlixVector* vector, int32_t count);
 
 /**
  * Copies a vector into a new buffer.
- * @param from the vector to copy
- * @param to a record that holds nothing; neither read nor released
+ * @param[in] from the vector to copy
+ * @param[out] to a record that holds nothing; neither read nor released
  * @return non-zero on success; 0 on failure, with @p to emptied; nothing is reported
  */
 VLIX_API int32_t VlixVectorCopy(const VlixVector* from, VlixVector* to);
@@ -234,19 +247,19 @@ VLIX_API int32_t VlixVectorCopy(const VlixVector* from, VlixVector* to);
 /**
  * Shapes an output: reuses the record's buffer when it is large enough, otherwise replaces an own buffer by a larger
  * one. Elements are not cleared.
- * @param vector the record, empty or filled
- * @param type,count as for #VlixVectorAlloc
- * @param operation name for the report
+ * @param[in,out] vector the record, empty or filled
+ * @param[in] type,count as for #VlixVectorAlloc
+ * @param[in] operation name for the report
  * @return 0 on success; otherwise non-zero, reported under @p operation, with record and contents as they were
  */
 VLIX_API int32_t VlixVectorTryUseReservedMem(VlixVector* vector, int32_t type, int32_t count, const char* operation);
 
 /**
  * Makes a record a view of the caller's memory; see #VlixImageWrap.
- * @param vector the record; what it held before is neither read nor released
- * @param type element type
- * @param data @p count elements; not null unless count is 0, not the start of a buffer of this library
- * @param count number of elements, at least 0
+ * @param[out] vector the record; what it held before is neither read nor released
+ * @param[in] type element type
+ * @param[in] data @p count elements; not null unless count is 0, not the start of a buffer of this library
+ * @param[in] count number of elements, at least 0
  * @return 0 on success; otherwise non-zero, reported, with the record as it was
  */
 VLIX_API int32_t VlixVectorWrap(VlixVector* vector, int32_t type, void* data, int32_t count);

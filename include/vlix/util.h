@@ -19,11 +19,13 @@ extern "C" {
  * bin that starts at or below it; where bins are narrower than the steps between floats and several of them start at
  * the same x, to the first of those. A value equal to hi belongs to the last bin, also for lo = hi. Not-a-number pixels
  * and values outside the range are not counted. Counts are integers until they are stored.
- * @param image monochrome (U8, S8, U16, S16, F32); its region of interest is counted
- * @param hist shaped as PointF32, nBins elements: x = lowest value of the bin, y = count
- * @param flag non-zero turns the counts into running sums
- * @param nBins number of bins, at least 1
- * @param lo,hi finite bounds, lo <= hi
+ *
+ * Cost: one pass; counts of the bins and tables for the time of the call.
+ * @param[in] image monochrome (U8, S8, U16, S16, F32); its region of interest is counted
+ * @param[out] hist shaped as PointF32, nBins elements: x = lowest value of the bin, y = count
+ * @param[in] flag non-zero turns the counts into running sums
+ * @param[in] nBins number of bins, at least 1
+ * @param[in] lo,hi finite bounds, lo <= hi
  * @return non-zero on success, 0 on failure, with @p hist as it was; nothing is reported, except by the object library
  *   when @p hist cannot be shaped
  */
@@ -31,11 +33,13 @@ VLIX_API int32_t VlixUtilComputeHistogram(const VlixImage* image, VlixVector* hi
                                           float lo, float hi);
 
 /**
- * Converts an image to another pixel type.
- * @param from monochrome image (U8, S8, U16, S16, F32); its region of interest is converted
- * @param to an empty record; receives a new image that consists of just that region
- * @param kind 4 = F32, the only one
- * @param mode 0, the only one: values as they are
+ * Converts an image to another pixel type. Every value fits a 32-bit float exactly.
+ *
+ * Cost: one pass and the new image.
+ * @param[in] from monochrome image (U8, S8, U16, S16, F32); its region of interest is converted
+ * @param[out] to an empty record; receives a new image that consists of just that region
+ * @param[in] kind 4 = F32, the only one
+ * @param[in] mode 0, the only one: values as they are
  * @return 0 on success; non-zero, with @p to emptied, on failure; nothing is reported
  */
 VLIX_API int32_t VlixUtilCastImage(const VlixImage* from, VlixImage* to, int32_t kind, int32_t mode);
@@ -44,7 +48,11 @@ VLIX_API int32_t VlixUtilCastImage(const VlixImage* from, VlixImage* to, int32_t
  * A region is a set of pixels, given by coordinates relative to the region of interest of the image that it is used
  * with; pixels may lie outside of any image. A record starts as all zeros, which is the region without pixels. The
  * functions that make a region replace what the record holds: the runs of an earlier region are freed, and the record
- * may be one of the operands. They return 0 on success; otherwise non-zero, reported, with the record as it was. */
+ * may be one of the operands. They return 0 on success; otherwise non-zero, reported, with the record as it was. A null
+ * record is refused.
+ *
+ * Cost: one pass over the mask, the rows of the shape, or the runs of both operands; 12 bytes for each run. Counting
+ * passes over the runs, releasing is one call of the heap, and a scan takes one call of the routine for each pixel. */
 /** @{ */
 
 /** Neighbouring pixels of one row. */
@@ -70,62 +78,64 @@ typedef struct VlixRegionHandle {
 
 /**
  * The pixels of a mask that are not 0 (not-a-number counts as not 0).
- * @param mask monochrome image (U8, S8, U16, S16, F32); its region of interest is the whole mask, which begins at 0, 0
- * @param region receives the pixels
- * @return 0 on success
+ * @param[in] mask monochrome image (U8, S8, U16, S16, F32); its region of interest is the whole mask, which begins at
+ * 0, 0
+ * @param[out] region receives the pixels; not null
+ * @return 0 on success, otherwise non-zero and reported
  */
 VLIX_API int32_t VlixRegionFromMask(const VlixImage* mask, VlixRegion* region);
 
 /**
  * The pixels of a shape.
- * @param shape any kind that #VlixUtilRasterizeRoi takes
- * @param region receives the pixels
- * @return 0 on success
+ * @param[in] shape any kind that #VlixUtilRasterizeRoi takes
+ * @param[out] region receives the pixels; not null
+ * @return 0 on success, otherwise non-zero and reported
  */
 VLIX_API int32_t VlixRegionFromShape(const VlixShape* shape, VlixRegion* region);
 
 /**
  * The pixels that belong to at least one of two regions.
- * @param a,b the operands
- * @param region receives the pixels
- * @return 0 on success
+ * @param[in] a,b the operands; neither may be null
+ * @param[out] region receives the pixels; not null
+ * @return 0 on success, otherwise non-zero and reported
  */
 VLIX_API int32_t VlixRegionUnion(const VlixRegion* a, const VlixRegion* b, VlixRegion* region);
 
 /**
  * The pixels that belong to both of two regions.
- * @param a,b the operands
- * @param region receives the pixels
- * @return 0 on success
+ * @param[in] a,b the operands; neither may be null
+ * @param[out] region receives the pixels; not null
+ * @return 0 on success, otherwise non-zero and reported
  */
 VLIX_API int32_t VlixRegionIntersection(const VlixRegion* a, const VlixRegion* b, VlixRegion* region);
 
 /**
  * The pixels that belong to the first region and not to the second.
- * @param a,b the operands
- * @param region receives the pixels
- * @return 0 on success
+ * @param[in] a,b the operands; neither may be null
+ * @param[out] region receives the pixels; not null
+ * @return 0 on success, otherwise non-zero and reported
  */
 VLIX_API int32_t VlixRegionDifference(const VlixRegion* a, const VlixRegion* b, VlixRegion* region);
 
 /**
- * Number of pixels.
- * @param region the region; null has none
+ * Number of pixels. Nothing is reported.
+ * @param[in] region the region; null has none
  * @return the sum of the lengths of its runs
  */
 VLIX_API int64_t VlixRegionPixelCount(const VlixRegion* region);
 
 /**
- * Empties a record and frees its runs, unless they are the caller's. Releasing an empty record is harmless.
- * @param region the record; null is ignored
+ * Empties a record and frees its runs, unless they are the caller's. Releasing an empty record is harmless, and nothing
+ * is reported.
+ * @param[in,out] region the record; null is ignored
  */
 VLIX_API void VlixRegionRelease(VlixRegion* region);
 
 /**
  * Calls a routine once for every pixel of a region, row by row and from left to right. Nothing is reported.
- * @param context handed to the routine
- * @param region a #VlixRegion
- * @param routine called with coordinates relative to the region of interest
+ * @param[in,out] context handed to the routine
+ * @param[in] region a #VlixRegion
+ * @param[in] routine called with coordinates relative to the region of interest
  * @return 0 on success; non-zero, without a call, when something is null or the runs are not ordered as they have to be
  */
 VLIX_API int32_t VlixUtilScanRoi(void* context, void* region, VlixPixelRoutine routine);
@@ -143,7 +153,9 @@ VLIX_API int32_t VlixUtilScanRoi(void* context, void* region, VlixPixelRoutine r
  * exactly after their corners are rounded to 2^-32 pixel, the other shapes in double precision.
  *
  * Refused are shapes with a number that is not finite, without an area, that reach beyond +-2^24 (the centre and the
- * radii of ring sectors included), or whose bounding box holds more than 2^31 pixels. */
+ * radii of ring sectors included), or whose bounding box holds more than 2^31 pixels.
+ *
+ * Cost: one call of the routine for each pixel; a polygon also sorts its edges and needs a table of them. */
 /** @{ */
 
 /** Kinds of shapes besides #VlixShape_PixelRect; `geometry` points to the struct that is named. */
@@ -202,10 +214,10 @@ typedef struct VlixPolygonShape {
 
 /**
  * Calls a routine once for every pixel of a shape, row by row and from left to right. Nothing is reported.
- * @param context handed to the routine
- * @param shape a #VlixShape of a #VlixUtilShapeKind. #VlixShape_PixelRect is refused: it lies in whole-image
+ * @param[in,out] context handed to the routine
+ * @param[in] shape a #VlixShape of a #VlixUtilShapeKind. #VlixShape_PixelRect is refused: it lies in whole-image
  *   coordinates, which cannot be told apart here; the operations that take shapes walk it themselves
- * @param routine called with coordinates relative to the region of interest
+ * @param[in] routine called with coordinates relative to the region of interest
  * @return 0 on success; non-zero, without a call, when something is null, the shape is refused, or memory is short
  */
 VLIX_API int32_t VlixUtilRasterizeRoi(void* context, void* shape, VlixPixelRoutine routine);
