@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Every command installs what it needs itself (Debian packages; root or sudo).
 
-.PHONY: demo test build bench sanitize fuzz docs format format-check
+.PHONY: demo test build bench sanitize fuzz docs pictures format format-check
 ARGS ?=
 
 demo: ; @scripts/demo $(ARGS)
@@ -11,5 +11,6 @@ bench: ; @scripts/bench $(ARGS)
 sanitize: ; @scripts/sanitize $(ARGS)
 fuzz: ; @scripts/fuzz $(ARGS)
 docs: ; @scripts/docs $(ARGS)
+pictures: ; @scripts/pictures $(ARGS)
 format: ; @scripts/format $(ARGS)
 format-check: ; @scripts/format --check

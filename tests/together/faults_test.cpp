@@ -7,7 +7,9 @@
 #include <set>
 
 #include "support/all_exports.h"
+#include "support/document.h"
 #include "support/test_image.h"
+#include "vlix/meas.h"
 
 namespace vlix::test {
 namespace {
@@ -83,6 +85,50 @@ TEST_P(Faults, EachHeapAllocationInTurn) {
       EXPECT_EQ(platform.heap_live(), 0) << "heap blocks leak";
       EXPECT_LE(static_cast<int>(platform.live_buffers().size()), item.kept_buffers) << "buffers leak";
     }
+  }
+}
+
+// What docs/memory.md lists is all that stays behind.
+TEST(Leaks, OfWholeCallsAreInTheDocument) {
+  const Section text("memory.md", "Leaks");
+  for (const ExportCase& item : all_exports()) {
+    for (const int32_t level : {0, 1, 2}) {
+      RecordingPlatform platform;
+      platform.level = level;
+      item.run(&platform);
+      if (platform.live_buffers().empty()) continue;
+      EXPECT_TRUE(level != 0 && text.says("`" + item.export_name + "`")) << item.name << " at level " << level;
+    }
+  }
+}
+
+TEST(Leaks, OfTheDocumentArePresent) {
+  const Section text("memory.md", "Leaks");
+  EXPECT_TRUE(text.says("`vlix_smoothHist_consume`, `vlix_smoothHistInt_consume`") && text.says("`vlix_nxcorr`"));
+  TestVector<PointF32> floats({{0, 1}, {1, 2}});
+  TestVector<PointI32> integers({{0, 1}, {1, 2}});
+  const TestImage<uint8_t> bytes(4, 4);
+  const TestImage<int16_t> words(2, 2);
+  const TestImage<float> exact(2, 2);
+  VlixImage colour = exact.record;
+  colour.type = ObjType_Rgba8;
+  OutputImage scores;
+  // Beside the output, which belongs to the caller.
+  const auto left_behind = [&](int32_t level, auto&& function, auto... arguments) {
+    RecordingPlatform platform;
+    platform.level = level;
+    platform.call(function, arguments...);
+    platform.note_release(scores.record.data);
+    return platform.live_buffers().size();
+  };
+  EXPECT_EQ(left_behind(1, vlix_smoothHist_consume, &floats.record, 0.0f), 1u);
+  EXPECT_EQ(left_behind(1, vlix_smoothHistInt_consume, &integers.record, 0.0f), 1u);
+  EXPECT_EQ(left_behind(1, vlix_nxcorr, &bytes.record, &colour, &scores.record), 1u);
+  EXPECT_EQ(left_behind(0, vlix_nxcorr, &bytes.record, &colour, &scores.record), 1u);
+  for (const VlixImage* templ : {&words.record, &exact.record}) {
+    const std::size_t copies = templ == &words.record ? 2 : 1;
+    EXPECT_EQ(left_behind(1, vlix_nxcorr, &bytes.record, templ, &scores.record), copies);
+    EXPECT_EQ(left_behind(0, vlix_nxcorr, &bytes.record, templ, &scores.record), 0u);
   }
 }
 
