@@ -160,7 +160,8 @@ int32_t VlixRegionDifference(const VlixRegion* a, const VlixRegion* b, VlixRegio
 
 int64_t VlixRegionPixelCount(const VlixRegion* region) {
   int64_t pixels = 0;
-  for (int64_t i = 0; region != nullptr && i < region->count; ++i) {
+  if (region == nullptr || region->runs == nullptr) return pixels;
+  for (int64_t i = 0; i < region->count; ++i) {
     pixels += int64_t{region->runs[i].end} - region->runs[i].begin;
   }
   return pixels;

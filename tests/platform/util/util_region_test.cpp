@@ -306,6 +306,8 @@ TEST(UtilRegion, NullsAreRefusedAndReported) {
     EXPECT_TRUE(refused(operation(&region, &region, nullptr)));
   }
   EXPECT_EQ(VlixRegionPixelCount(nullptr), 0);
+  const VlixRegion no_runs = {nullptr, 5, 0};
+  EXPECT_EQ(VlixRegionPixelCount(&no_runs), 0);
 }
 
 TEST(UtilRegion, WhatIsRefusedIsReportedByNameAndLeavesTheRegion) {
