@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bytes.h"
 #include "histogram/vector_diff_twin.h"
-#include "vlix/meas.h"
+#include "trial.h"
 
 namespace vlix::fuzz {
 namespace {
@@ -39,35 +38,32 @@ Operand any_operand(Bytes& bytes, int32_t count) {
 }
 
 void call_vector_diff(Bytes& bytes, RecordingPlatform& platform) {
+  Trial trial(bytes, platform);
   const int32_t count = bytes.integer(0, 40);
   Operand a = any_operand(bytes, count);
-  Operand b = any_operand(bytes, bytes.integer(0, 9) == 0 ? bytes.integer(0, 40) : count);
-  if (bytes.integer(0, 15) == 0) a.record.type = ObjType_Rgba8;
-  if (bytes.integer(0, 15) == 0) b.record.type = ObjType_PointF32;
+  Operand b = any_operand(bytes, bytes.rarely(10) ? bytes.integer(0, 40) : count);
+  if (bytes.rarely(16)) a.record.type = ObjType_Rgba8;
+  if (bytes.rarely(16)) b.record.type = ObjType_PointF32;
   const int32_t op = bytes.integer(-1, 6);
   const int32_t normalise = bytes.integer(0, 2);
-  const bool wanted = bytes.integer(0, 9) != 0;
+  const bool wanted = !bytes.rarely(10);
   constexpr double kUntouched = 5.5;
   double result = kUntouched;
 
-  const VlixStatus status =
-      platform.call(vlix_vectorDiff, &a.record, &b.record, wanted ? &result : nullptr, op, normalise);
+  trial.call(vlix_vectorDiff, &a.record, &b.record, wanted ? &result : nullptr, op, normalise);
 
   std::vector<Report> expected;
   if (a.record.type == ObjType_Rgba8) {
-    expected = {{1, "vectorDiff", "Rgba8"}};
+    expected = {wrong_type("vectorDiff", a.record.type)};
   } else if (b.record.type == ObjType_PointF32) {
-    expected = {{1, "vectorDiff", "PointF32"}};
+    expected = {wrong_type("vectorDiff", b.record.type)};
   } else if (a.record.count != b.record.count) {
-    const std::string text = "vectorDiff: input vectors must be the same size\n";
-    expected = {{100, text, text}};
+    expected = {message("vectorDiff: input vectors must be the same size\n")};
   } else if (wanted && a.record.count > 0 && (op < 0 || op > 4)) {
-    expected = {{100, "vectorDiff: unknown operation code %d\n",
-                 "vectorDiff: unknown operation code " + std::to_string(op) + "\n"}};
+    expected = {message("vectorDiff: unknown operation code %d\n",
+                        "vectorDiff: unknown operation code " + std::to_string(op) + "\n")};
   }
-  FUZZ_CHECK(platform.reports() == expected);
-  FUZZ_CHECK(status == (expected.empty() ? 0 : platform.report_result));
-  if (!expected.empty() || !wanted) {
+  if (!trial.succeeds(expected) || !wanted) {
     FUZZ_CHECK(same(result, kUntouched));
   } else {
     FUZZ_CHECK(same(result, test::vector_diff_twin(a.elements, b.elements, op, normalise)));

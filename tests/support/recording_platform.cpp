@@ -85,6 +85,7 @@ std::optional<std::optional<int32_t>> RecordingPlatform::take_failure(const std:
   for (Failure& failure : list) {
     if (--failure.countdown == 0) due = failure.result;
   }
+  if (due) ++failures_taken_;
   std::erase_if(list, [](const Failure& failure) { return failure.countdown <= 0; });
   return due;
 }
@@ -107,6 +108,7 @@ void RecordingPlatform::clear() {
   reports_.clear();
   calls_before_reports_.clear();
   failures_.clear();
+  failures_taken_ = 0;
   buffers_.clear();
   HeapWatch::reset();
 }

@@ -66,6 +66,8 @@ class RecordingPlatform {
   // Makes the nth heap allocation of the module fail. Needs heap_is_watched().
   void fail_heap(int nth);
   static bool heap_is_watched();
+  // How many planned failures of functions came due.
+  int failures_taken() const { return failures_taken_; }
 
   // Runs an export and records what it does.
   template <class Function, class... Arguments>
@@ -82,6 +84,8 @@ class RecordingPlatform {
   const std::vector<std::size_t>& calls_before_reports() const { return calls_before_reports_; }
   // Buffers that recorded calls obtained through records and did not release, by the call that made them.
   std::vector<std::string> live_buffers() const;
+  // The same by address.
+  const std::map<const void*, std::string>& buffers() const { return buffers_; }
   // Heap blocks of the module: sizes asked for in order, and how many are not freed yet.
   const std::vector<std::size_t>& heap_requests() const;
   int64_t heap_live() const;
@@ -121,6 +125,7 @@ class RecordingPlatform {
   std::vector<Report> reports_;
   std::vector<std::size_t> calls_before_reports_;
   std::map<std::string, std::vector<Failure>> failures_;
+  int failures_taken_ = 0;
   std::map<const void*, std::string> buffers_;
 };
 
