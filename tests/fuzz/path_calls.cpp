@@ -126,6 +126,7 @@ struct AnyInvalidValue {
     record.type = bytes.rarely(8) ? bytes.pick<uint32_t>({6, 7, 10, 11, 17, 19}) : picture.record.type;
     const VlixImage& image = picture.record;
     value = picture.pixel(bytes.integer(0, image.width - 1), bytes.integer(0, image.height - 1), 0);
+    if (record.type != image.type) return;
     switch (record.type) {
       case ObjType_S8: record.value.s8 = static_cast<int8_t>(value); break;
       case ObjType_U8: record.value.u8 = static_cast<uint8_t>(value); break;
