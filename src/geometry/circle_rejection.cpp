@@ -35,7 +35,7 @@ class Rejection {
     if (points_.is_full()) close_gaps();
     const int32_t worst = find(circle);
     remove_from(sums_, points_.data()[worst]);
-    worst_.remove(worst);
+    worst_.remove(points_.data(), points_.stored(), worst);
     points_.remove(worst);
   }
 

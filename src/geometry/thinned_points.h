@@ -16,6 +16,8 @@ class ThinnedPoints {
 
   PointF32* data() const { return points_; }
   int32_t count() const { return stored_ - removed_count_; }
+  // Points and gaps.
+  int32_t stored() const { return stored_; }
   bool has_gaps() const { return removed_count_ > 0; }
   bool is_full() const { return removed_count_ == kMostGaps; }
   const int32_t* gaps() const { return removed_; }

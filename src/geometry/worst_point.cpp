@@ -3,6 +3,7 @@
 #include "geometry/worst_point.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -81,6 +82,13 @@ VLIX_MULTIVERSION void extreme_squares(const PointF32* points, int32_t count, co
 
 bool same_place(PointF32 a, PointF32 b) { return a.x == b.x && a.y == b.y; }
 
+// The first point behind `index` in the same place, or `count`.
+int32_t next_equal(const PointF32* points, int32_t count, int32_t index) {
+  int32_t next = index + 1;
+  while (next < count && !same_place(points[next], points[index])) ++next;
+  return next;
+}
+
 }  // namespace
 
 int32_t find_worst(const PointF32* points, int32_t count, const Circle& circle) {
@@ -106,6 +114,37 @@ int32_t find_worst(const PointF32* points, int32_t count, const Circle& circle) 
   return worst;
 }
 
+// Which of the candidates lie where: an open table of their numbers.
+class WorstPoints::Places {
+ public:
+  Places(const PointF32* points, const Candidate* candidates) : points_(points), candidates_(candidates) { clear(); }
+
+  void clear() { std::memset(table_, 0, sizeof(table_)); }
+  // The number of the candidate in the place of this point, or `next` and the place is taken by it.
+  int32_t find_or_add(int32_t index, int32_t next) {
+    const PointF32 point = points_[index];
+    // Zeros of both signs are the same place.
+    const auto bits = std::bit_cast<uint64_t>(PointF32{point.x + 0.0f, point.y + 0.0f});
+    for (std::size_t at = bits * 0x9E3779B97F4A7C15u >> (64 - kBits);; at = (at + 1) % kSize) {
+      if (table_[at] == 0) {
+        table_[at] = static_cast<int16_t>(next + 1);
+        return next;
+      }
+      const int32_t number = table_[at] - 1;
+      if (same_place(points_[candidates_[number].index], point)) return number;
+    }
+  }
+
+ private:
+  static constexpr int kBits = 12;
+  static constexpr std::size_t kSize = std::size_t{1} << kBits;
+  static_assert(kSize >= 4 * kCapacity);
+
+  const PointF32* points_;
+  const Candidate* candidates_;
+  int16_t table_[kSize];
+};
+
 void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& circle) {
   Candidate candidates[kCapacity];
   const double half = half_diameter(circle);
@@ -113,6 +152,8 @@ void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& c
   double ceiling = -1.0;
   Quiet quiet(ceiling, half);
   int32_t n = 0;
+  bool is_complete = true;
+  Places places(points, candidates);
   clear();
   for (int32_t first = 0; first < count; first += kBlock) {
     const int32_t end = first + std::min(kBlock, count - first);
@@ -121,14 +162,20 @@ void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& c
         const double error = std::fabs(std::sqrt(square(points[i], circle)) - half);
         if (!(error < kInfinity)) return;
         if (error <= ceiling) continue;
-        if (n == kCapacity) {
-          std::nth_element(candidates, candidates + kKept, candidates + n, worse);
-          ceiling = candidates[kKept].error;
-          quiet = Quiet(ceiling, half);
-          n = kKept;
-          if (error <= ceiling) continue;
+        const int32_t number = places.find_or_add(i, n);
+        if (number < n) {
+          candidates[number].has_equals = true;
+          continue;
         }
-        candidates[n++] = {error, i};
+        candidates[n++] = {error, i, false};
+        if (n < kCapacity) continue;
+        std::nth_element(candidates, candidates + kKept, candidates + n, worse);
+        ceiling = candidates[kKept].error;
+        quiet = Quiet(ceiling, half);
+        n = kKept;
+        is_complete = false;
+        places.clear();
+        for (int32_t k = 0; k < n; ++k) places.find_or_add(candidates[k].index, k);
       }
     }
     if (count - first <= kBlock) break;
@@ -136,8 +183,9 @@ void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& c
   for (int32_t k = 0; k < n; ++k) {
     index_[k] = candidates[k].index;
     point_[k] = points[candidates[k].index];
+    has_equals_[k] = candidates[k].has_equals;
   }
-  ceiling_ = n == count ? -kInfinity : ceiling + slack(ceiling, half);
+  ceiling_ = is_complete ? -kInfinity : ceiling + slack(ceiling, half);
   circle_ = circle;
   count_ = n;
 }
@@ -197,12 +245,17 @@ int32_t WorstPoints::pick(const Circle& circle, double least) const {
   return worst;
 }
 
-void WorstPoints::remove(int32_t index) {
+void WorstPoints::remove(const PointF32* points, int32_t count, int32_t index) {
   for (int32_t k = 0; k < count_; ++k) {
     if (index_[k] != index) continue;
+    if (has_equals_[k]) {
+      index_[k] = next_equal(points, count, index);
+      if (index_[k] < count) return;
+    }
     --count_;
     index_[k] = index_[count_];
     point_[k] = point_[count_];
+    has_equals_[k] = has_equals_[count_];
     return;
   }
 }

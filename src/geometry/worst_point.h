@@ -12,17 +12,18 @@ namespace vlix {
 // hold a larger error are passed over.
 int32_t find_worst(const PointF32* points, int32_t count, const Circle& circle);
 
-// The points of the largest errors against one circle, and a ceiling for the errors of all others. By the triangle
-// inequality an error changes by no more than centre and radius move, so that against a circle near by the worst point
-// is still among them as long as its error is above the lifted ceiling.
+// The places of the largest errors against one circle, each with the first of its points, and a ceiling for the errors
+// of all others. By the triangle inequality an error changes by no more than centre and radius move, so that against a
+// circle near by the worst point is still among them as long as its error is above the lifted ceiling.
 class WorstPoints {
  public:
   // Collects from all points.
   void collect(const PointF32* points, int32_t count, const Circle& circle);
   // Index of the worst of all points, or -1 where it is not proved to be one of those collected.
   int32_t find(const Circle& circle) const;
-  // The point is no longer there; the others keep their indices.
-  void remove(int32_t index);
+  // The point is no longer there; the others keep their indices. Equal points, which have equal errors, are removed in
+  // their order.
+  void remove(const PointF32* points, int32_t count, int32_t index);
   // The points have moved down over those at `removed`, which is sorted.
   void renumber(const int32_t* removed, int32_t removed_count);
   void clear() { count_ = -1; }
@@ -33,7 +34,9 @@ class WorstPoints {
   struct Candidate {
     double error;
     int32_t index;
+    bool has_equals;  // behind it
   };
+  class Places;
 
   double ceiling_under(const Circle& circle) const;
   int32_t pick(const Circle& circle, double least) const;
@@ -43,6 +46,7 @@ class WorstPoints {
   double ceiling_ = 0.0;
   int32_t index_[kCapacity];
   PointF32 point_[kCapacity];
+  bool has_equals_[kCapacity];
 };
 
 }  // namespace vlix
