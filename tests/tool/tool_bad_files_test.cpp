@@ -37,6 +37,8 @@ TEST(BadFiles, MissingEmptyAndFolders) {
 TEST(BadFiles, NoImages) {
   const Folder folder;
   EXPECT_EQ(complaint(folder.write("a.txt", "Hello.\n")), "not an image in a supported format\n");
+  EXPECT_EQ(complaint(folder.write("a.pam", "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 1\nMAXVAL 255\nENDHDR\nx")),
+            "not an image in a supported format\n");
   std::string bytes(1000, '\0');
   for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(noise(static_cast<int>(i), 0, 5, 256));
   EXPECT_EQ(complaint(folder.write("a.png", bytes)), "not an image in a supported format\n");

@@ -175,6 +175,21 @@ TEST(Match, PlacementsKeepTheirDistance) {
   }
 }
 
+// Comparing each with each would take minutes.
+TEST(Match, VeryManyPlacements) {
+  const Folder folder;
+  const std::string path = folder.write("a.pgm", pnm(noisy(600, 600, Sample::kU8, 0, 256)));
+  for (const char* distance : {"0", "1.5", "4"}) {
+    const Finished done = vlix({"match", "--format", "csv", "--method", "sad", "--template-roi", "5,5,2,2", "--top",
+                                "1000000", "--min-distance", distance, path});
+    ASSERT_EQ(done.exit_code, 0) << done.err;
+    EXPECT_GT(lines_of(done.out), 3000U);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    EXPECT_LT(done.processor_seconds, 5);
+#endif
+  }
+}
+
 TEST(Match, ThresholdEndsTheList) {
   const Folder folder;
   const std::string path = folder.write("a.png", png(noisy(40, 30, Sample::kU8, 0, 256)));

@@ -114,6 +114,8 @@ TEST(Notes, EvenWidthsOfSmoothingAreRounded) {
   expect_note({"histogram", "--smooth", "8", path}, "taken as 7 bins, an odd number, instead of 8");
   expect_note({"histogram", "--smooth", "8.5", path}, "taken as 9 bins, an odd number, instead of 8.5");
   expect_silence({"histogram", "--bins", "64", "--smooth", "12", path});
+  const Picture colour = draw_colour(9, 9, Sample::kU8, 3, [](int x, int, int c) { return 50 + x + c; });
+  expect_note({"histogram", "--color", "--smooth", "8", folder.write("c.png", png(colour))}, "taken as 7 bins");
 }
 
 // The count of two pixels in five lies at the very end: only its half of the window is there.

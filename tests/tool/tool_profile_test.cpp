@@ -154,6 +154,25 @@ TEST(Profile, RegionsChangeNothingButWhatIsRead) {
   }
 }
 
+// Summing up the steps ends next to the corner at 0, 0 or beyond it; the places that have no sample then hold zeros.
+TEST(Profile, SamplesNextToTheFirstPixelAreTaken) {
+  const Folder folder;
+  const std::string path = folder.write("a.png", png(draw(300, 90, Sample::kU8, [](int, int) { return 64; })));
+  const std::string corner = folder.write("corner.csv", "x,y\n30,0\n0,0\n0,0.3\n");
+  for (const char* from : {"234,0", "11,0", "204,0", "16,0", "241.76842242935294,82.40184306096396", "0,77"}) {
+    for (const char* spacing : {"0.1", "0.3", "0.13859055166891993", "1"}) {
+      const auto samples =
+          vlix({"profile", "--format", "json", "--from", from, "--to", "0,0", "--spacing", spacing, path})
+              .json()[0]["samples"];
+      for (const auto& sample : samples) EXPECT_EQ(sample["value"], 64) << from << " " << spacing << " " << sample;
+      EXPECT_NEAR(samples.back()["x"].get<double>(), 0, std::stod(spacing)) << from << " " << spacing;
+    }
+  }
+  const auto samples = vlix({"profile", "--format", "json", "--path", corner, path}).json()[0]["samples"];
+  ASSERT_EQ(samples.size(), 31U);
+  for (const auto& sample : samples) EXPECT_EQ(sample["value"], 64) << sample;
+}
+
 TEST(Profile, ColourChannelsComeInTheirOrder) {
   const Folder folder;
   const Picture picture = draw_colour(20, 10, Sample::kU8, 3, [](int x, int y, int c) { return 5 * x + y + 80 * c; });
@@ -202,6 +221,8 @@ TEST(Profile, SenselessPathsAreRefused) {
   };
   EXPECT_THAT(complaint({"--from", "1,1", "--to", "41,5"}),
               HasSubstr("the point 41,5 lies outside the 41 x 29 pixels"));
+  EXPECT_THAT(complaint({"--from", "3,3", "--to", "3,3"}), HasSubstr("the path has no length"));
+  EXPECT_THAT(complaint({"--path", path}), HasSubstr("is no text file of numbers"));
   EXPECT_THAT(complaint({"--from", "1,1", "--to", "9,9", "--invalid", "256"}), HasSubstr("no value of its pixels"));
   EXPECT_THAT(complaint({"--from", "1,1", "--to", "9,9", "--spacing", "1e-9"}), HasSubstr("larger --spacing"));
   EXPECT_THAT(complaint({"--path", folder.write("p.csv", "1,1\n")}), HasSubstr("p.csv: a path needs two points"));

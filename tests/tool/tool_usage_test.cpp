@@ -113,6 +113,11 @@ TEST(Usage, SenselessCommandLinesAreRefused) {
   expect_usage_error({"histogram", "--minima", "a.png"});
   expect_usage_error({"histogram", "--smooth", "0", "a.png"});
   expect_usage_error({"histogram", "--plot", "a.svg", "a.png", "b.png"});
+  for (const char* number : {"-1", "nan", "inf", "x"}) {
+    expect_usage_error({"match", "--template", "t.png", "--min-distance", number, "a.png"});
+    expect_usage_error({"gauge", "circle", "--center", "5,5", "--radius", "3", "--search", number, "a.png"});
+  }
+  expect_usage_error({"match", "--template", "t.png", "--threshold", "nan", "a.png"});
   expect_usage_error({"fit"});
   expect_usage_error({"gauge"});
 }

@@ -63,6 +63,15 @@ std::optional<std::vector<double>> parse_numbers(const std::string& text) {
   }
 }
 
+CLI::Validator finite_number(double least, const std::string& text) {
+  const auto problem = [least, text](const std::string& value) -> std::string {
+    const std::optional<std::vector<double>> numbers = parse_numbers(value);
+    const bool sound = numbers && numbers->size() == 1 && (*numbers)[0] >= least;
+    return sound ? "" : "must be a number" + (text.empty() ? "" : " " + text) + ", not " + value;
+  };
+  return CLI::Validator(problem, "");
+}
+
 void add_format_option(CLI::App& command, OutputOptions& options) {
   const std::map<std::string, Format> formats = {
       {"table", Format::kTable}, {"json", Format::kJson}, {"csv", Format::kCsv}};

@@ -48,6 +48,9 @@ void add_rect_option(CLI::App& command, const std::string& name, std::optional<R
 void add_numbers_option(CLI::App& command, const std::string& name, std::size_t count,
                         std::vector<std::vector<double>>& list, const std::string& type_name, const std::string& text);
 
+// Accepts finite numbers that are not below the least; the text completes "must be a number ".
+CLI::Validator finite_number(double least, const std::string& text);
+
 // Finite numbers separated by commas, or nothing when the text is anything else.
 std::optional<std::vector<double>> parse_numbers(const std::string& text);
 

@@ -55,6 +55,15 @@ class Results {
   std::unique_ptr<Writer> writer_;
 };
 
+// The channels of an image have their notes in common.
+std::vector<std::string> without_repeats(const std::vector<std::string>& notes) {
+  std::vector<std::string> once;
+  for (const std::string& note : notes) {
+    if (std::find(once.begin(), once.end(), note) == once.end()) once.push_back(note);
+  }
+  return once;
+}
+
 struct Outcome {
   Measurement measurement;
   std::string error;  // empty when it succeeded
@@ -98,7 +107,7 @@ int measure_files(Session& session, const MeasureOptions& options, const Measure
   int exit_code = kExitSuccess;
   const auto complete = [&](std::size_t index, const Outcome& outcome) {
     const std::string prefix = options.files[index] + ": ";
-    for (const std::string& note : outcome.measurement.notes) session.console.error(prefix + note);
+    for (const std::string& note : without_repeats(outcome.measurement.notes)) session.console.error(prefix + note);
     if (!outcome.error.empty()) {
       session.console.error(prefix + outcome.error);
       exit_code = kExitFailed;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace {
 
@@ -58,20 +59,51 @@ void refine(const Scores& scores, Placement& place) {
   place.refined_y += y;
 }
 
-bool is_far_from(const std::vector<Placement>& kept, const Placement& place, double least_distance) {
-  return std::all_of(kept.begin(), kept.end(), [&](const Placement& other) {
-    return std::hypot(place.x - other.x, place.y - other.y) >= least_distance;
-  });
-}
+// The placements kept so far, by cells as wide as the least distance: whatever is too close to a placement lies in its
+// cell or in one of the eight around it.
+class Neighbourhood {
+ public:
+  explicit Neighbourhood(double least_distance)
+      : least_distance_(least_distance), cell_(std::clamp(least_distance, 1.0, kWidestCell)) {}
+
+  bool is_free(const Placement& place) const {
+    for (int64_t row = cell_of(place.y) - 1; row <= cell_of(place.y) + 1; ++row) {
+      for (int64_t column = cell_of(place.x) - 1; column <= cell_of(place.x) + 1; ++column) {
+        const auto found = cells_.find(key(column, row));
+        if (found != cells_.end() && !are_far(found->second, place)) return false;
+      }
+    }
+    return true;
+  }
+
+  void add(const Placement& place) { cells_[key(cell_of(place.x), cell_of(place.y))].push_back(place); }
+
+ private:
+  static constexpr double kWidestCell = 4294967296.0;  // wider than any image
+
+  static int64_t key(int64_t column, int64_t row) { return row * (int64_t{1} << 32) + column; }
+  int64_t cell_of(int32_t position) const { return static_cast<int64_t>(position / cell_); }
+
+  bool are_far(const std::vector<Placement>& others, const Placement& place) const {
+    return std::all_of(others.begin(), others.end(), [&](const Placement& other) {
+      return std::hypot(place.x - other.x, place.y - other.y) >= least_distance_;
+    });
+  }
+
+  double least_distance_, cell_;
+  std::unordered_map<int64_t, std::vector<Placement>> cells_;
+};
 
 }  // namespace
 
 std::vector<Placement> best_placements(const Scores& scores, std::size_t count, double least_distance,
                                        std::optional<double> threshold) {
   std::vector<Placement> kept;
+  Neighbourhood neighbourhood(least_distance);
   for (const Placement& peak : peaks_of(scores, threshold)) {
     if (kept.size() == count) break;
-    if (!is_far_from(kept, peak, least_distance)) continue;
+    if (!neighbourhood.is_free(peak)) continue;
+    neighbourhood.add(peak);
     kept.push_back(peak);
     refine(scores, kept.back());
   }

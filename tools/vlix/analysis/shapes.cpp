@@ -6,8 +6,7 @@
 #include <array>
 
 #include "errors.h"
-#include "input/file.h"
-#include "input/numbers.h"
+#include "input/number_file.h"
 #include "options.h"
 
 namespace {
@@ -69,7 +68,7 @@ Shape load_shape(const ShapeText& text, uint64_t byte_limit) {
   Shape shape = {text.kind, text.numbers, {}};
   if (text.kind != VlixShape_Polygon) return shape;
   try {
-    shape.vertices = NumberTable(InputFile(text.file, byte_limit).contents()).points();
+    shape.vertices = read_numbers(text.file, byte_limit).points();
   } catch (const FileError& error) {
     throw FileError(text.file + ": " + error.what());
   }

@@ -6,7 +6,7 @@
 
 #include "commands/commands.h"
 #include "errors.h"
-#include "input/numbers.h"
+#include "input/number_file.h"
 #include "output/sink.h"
 #include "vlix/meas.h"
 
@@ -22,8 +22,7 @@ struct FitOptions {
 };
 
 std::vector<PointF32> read_points(const FitOptions& options, const std::string& path, std::size_t least) {
-  const InputFile file(path, options.measure.limit_mib << 20);
-  std::vector<PointF32> points = NumberTable(file.contents()).points();
+  std::vector<PointF32> points = read_numbers(path, options.measure.limit_mib << 20).points();
   if (points.size() < least) throw FileError(fmt::format("holds {} points, {} are needed", points.size(), least));
   if (points.size() > kMostPoints) throw FileError(fmt::format("holds more than {} points", kMostPoints));
   for (const PointF32& point : points) {

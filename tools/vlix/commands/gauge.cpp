@@ -7,7 +7,7 @@
 #include "commands/commands.h"
 #include "commands/image_kinds.h"
 #include "errors.h"
-#include "input/numbers.h"
+#include "input/number_file.h"
 #include "output/overlay.h"
 #include "output/sink.h"
 #include "vlix/meas.h"
@@ -28,7 +28,7 @@ constexpr double kLargestCoordinate = 1e7;
 // Columns x, y and diameter.
 std::vector<Circle> read_circles(const GaugeOptions& options) {
   try {
-    const NumberTable table(InputFile(options.circles_path, options.measure.limit_mib << 20).contents());
+    const NumberTable table = read_numbers(options.circles_path, options.measure.limit_mib << 20);
     const std::vector<double> x = table.column("x"), y = table.column("y"), diameter = table.column("diameter");
     std::vector<Circle> circles;
     for (std::size_t i = 0; i < x.size(); ++i) circles.push_back({x[i], y[i], diameter[i] / 2});
@@ -135,7 +135,7 @@ void add_gauge(CLI::App& tool, Action& action) {
       ->check(CLI::Range(8, 100000).description(""))
       ->type_name("N");
   circle->add_option("--search", options->settings.search, "How far inside and outside of the radius the edge may lie")
-      ->check(CLI::PositiveNumber.description(""))
+      ->check(finite_number(std::nextafter(0.0, 1.0), "above 0"))
       ->type_name("PIXELS");
   circle
       ->add_option("--discard", options->settings.discard_percent,

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <map>
 
 #include "analysis/placements.h"
@@ -179,9 +180,11 @@ void add_match(CLI::App& tool, Action& action) {
   command
       ->add_option("--min-distance", options->least_distance,
                    "Placements closer than this to a better one are left out (default: half the template)")
-      ->check(CLI::NonNegativeNumber.description(""))
+      ->check(finite_number(0, "of at least 0"))
       ->type_name("PIXELS");
-  command->add_option("--threshold", options->threshold, "Worst score that is reported")->type_name("SCORE");
+  command->add_option("--threshold", options->threshold, "Worst score that is reported")
+      ->check(finite_number(std::numeric_limits<double>::lowest(), ""))
+      ->type_name("SCORE");
   command->add_option("--scores", options->scores_path, "Write the scores to this TIFF file (float; 16-bit for sad)")
       ->type_name("FILE");
   command->footer(

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 
 #include "commands/commands.h"
 #include "commands/image_kinds.h"
 #include "errors.h"
-#include "input/numbers.h"
+#include "input/number_file.h"
 #include "output/cell_text.h"
 #include "output/sink.h"
 #include "output/svg_plot.h"
@@ -40,7 +42,7 @@ struct Samples {
 Path path_of(const ProfileOptions& options) {
   if (!options.path_file.empty()) {
     try {
-      return NumberTable(InputFile(options.path_file, options.measure.limit_mib << 20).contents()).points();
+      return read_numbers(options.path_file, options.measure.limit_mib << 20).points();
     } catch (const FileError& error) {
       throw FileError(options.path_file + ": " + error.what());
     }
@@ -98,19 +100,48 @@ VlixInvalidValue invalid_value(const Image& image, double value) {
   return invalid;
 }
 
-// Where rounding leaves a last place without a sample, the place holds the zeros that it was cleared to.
-std::size_t filled(const Vector& positions, const Path& path, float spacing) {
-  const auto points = positions.elements<PointF32>();
-  std::size_t count = points.size();
-  const bool ends_at_zero = distance(path.back(), {0, 0}) <= 2 * double{spacing};
-  while (count > 1 && !ends_at_zero && points[count - 1].x == 0 && points[count - 1].y == 0) --count;
-  return count;
+double along(const Samples& samples, std::size_t index, float spacing) {
+  return std::min(static_cast<double>(index) * double{spacing}, samples.length);
+}
+
+PointF32 point_on(const Path& path, double along) {
+  for (std::size_t i = 1; i < path.size(); ++i) {
+    const double length = distance(path[i - 1], path[i]);
+    if (along <= length && length > 0) {
+      const double share = along / length;
+      return {static_cast<float>(path[i - 1].x + share * (double{path[i].x} - double{path[i - 1].x})),
+              static_cast<float>(path[i - 1].y + share * (double{path[i].y} - double{path[i - 1].y}))};
+    }
+    along -= length;
+  }
+  return path.back();
+}
+
+// Where rounding leaves a last place without a sample, the place holds the zeros that it was cleared to. It is dropped,
+// unless the path is at 0, 0 there: then the sample is taken now.
+void settle_last_places(const ProfileOptions& options, const Image& image, const Path& path, Samples& samples) {
+  constexpr double kNear = 0.01;
+  const std::size_t channels = is_colour(image) ? 3 : 1;
+  const auto positions = samples.positions.elements<PointF32>();
+  const auto values = samples.values.elements<float>();
+  samples.count = positions.size();
+  for (; samples.count > 1; --samples.count) {
+    const std::size_t last = samples.count - 1;
+    if (positions[last].x != 0 || positions[last].y != 0) return;
+    if (distance(point_on(path, along(samples, last, options.spacing)), {0, 0}) > kNear) continue;
+    std::array<float, 3> sampled = {};
+    require_success(vlix_samplepath_point(image.record(), {0, 0}, sampled.data(), options.mode));
+    const auto place = values.subspan(channels * last, channels);
+    if (!options.invalid) std::copy_n(sampled.begin(), channels, place.begin());
+    if (std::equal(place.begin(), place.end(), sampled.begin()) || place[0] != 0) return;
+  }
 }
 
 // The values vector has room for the whole path before the call: the library clamps the starts of later segments by it.
 Samples sample(const ProfileOptions& options, const Image& image, const Path& path) {
   Samples samples;
   samples.length = length_of(path);
+  if (samples.length == 0) throw FileError("the path has no length");
   const double expected = samples.length / double{options.spacing} + static_cast<double>(path.size()) + 2;
   if (expected > kMostSamples) throw FileError("the path has too many samples; use a larger --spacing");
   const int32_t channels = is_colour(image) ? 3 : 1;
@@ -124,7 +155,7 @@ Samples sample(const ProfileOptions& options, const Image& image, const Path& pa
   require_success(vlix_samplepath_lines(image.record(), &vertices, samples.values.record(), samples.positions.record(),
                                         nullptr, options.spacing, options.mode,
                                         options.invalid ? reinterpret_cast<const VlixObj*>(&invalid) : nullptr));
-  samples.count = filled(samples.positions, path, options.spacing);
+  settle_last_places(options, image, path, samples);
   return samples;
 }
 
@@ -140,9 +171,10 @@ Series series_of(const ProfileOptions& options, const LoadedImage& loaded, const
   const auto values = samples.values.elements<float>();
   const auto positions = samples.positions.elements<PointF32>();
   for (std::size_t i = 0; i < samples.count; ++i) {
-    const double along = std::min(static_cast<double>(i) * double{options.spacing}, samples.length);
-    series.cells.insert(series.cells.end(), {static_cast<float>(along), positions[i].x + static_cast<float>(loaded.x),
-                                             positions[i].y + static_cast<float>(loaded.y)});
+    const double distance = along(samples, i, options.spacing);
+    series.cells.insert(series.cells.end(),
+                        {static_cast<float>(distance), positions[i].x + static_cast<float>(loaded.x),
+                         positions[i].y + static_cast<float>(loaded.y)});
     if (!colour) series.cells.emplace_back(values[i]);
     for (std::size_t c = 3; colour && c-- > 0;) series.cells.emplace_back(values[3 * i + c]);
   }

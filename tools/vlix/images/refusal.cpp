@@ -24,7 +24,7 @@ std::string head_of(const ImageSource& source) {
 bool begins_like_image(std::string_view head) {
   constexpr std::string_view kSignatures[] = {"\x89PNG"sv, "\xff\xd8\xff"sv, "II*\0"sv, "MM\0*"sv,
                                               "II+\0"sv,   "MM\0+"sv,        "GIF8"sv};
-  const bool pnm = head.size() > 2 && head[0] == 'P' && ("1234567Ff"sv.find(head[1]) != std::string_view::npos) &&
+  const bool pnm = head.size() > 2 && head[0] == 'P' && ("123456Ff"sv.find(head[1]) != std::string_view::npos) &&
                    (" \t\r\n#"sv.find(head[2]) != std::string_view::npos);
   const bool webp =
       head.starts_with("RIFF"sv) && head.substr(std::min<std::size_t>(8, head.size())).starts_with("WEBP"sv);
