@@ -2,7 +2,8 @@
 // The definition costs one pass over all points for every removal. Here a removal costs a few hundred operations while
 // two proofs hold: that sums updated by the removed point give the same floats as the definition's sums
 // (circle_sums.h), and that the worst point is among a few hundred candidates (worst_point.h). Where a proof fails, all
-// points are visited: for new sums, for new candidates, and in the end by the definition itself.
+// points are visited: for new sums, for new candidates, and in the end by the definition itself. Most of the passes
+// before the last one need no proof of the floats: a circle near the definition's tells the worst point, too.
 
 #include "geometry/circle_rejection.h"
 
@@ -22,22 +23,21 @@ class Rejection {
  public:
   Rejection(PointF32* points, int32_t count) : points_(points, count) {}
 
-  bool fit(Circle& circle) {
+  enum class Pass { kFitted, kFailed, kSkipped };
+
+  // Where the circle's floats are open but the worst point is not, nobody needs them: the point is removed at once.
+  // Then the next pass surely finds a circle, so that this one is not the result.
+  Pass fit(Circle& circle, bool may_skip) {
     if (points_.count() > kFewPoints) {
       const Fitted fitted = fit_by_sums(circle);
-      if (fitted != Fitted::kUndecided) return fitted == Fitted::kCircle;
+      if (fitted != Fitted::kUndecided) return fitted == Fitted::kCircle ? Pass::kFitted : Pass::kFailed;
+      if (may_skip && remove_worst_of_near()) return Pass::kSkipped;
     }
     close_gaps();
-    return fit_in_order(points_.data(), points_.count(), circle);
+    return fit_in_order(points_.data(), points_.count(), circle) ? Pass::kFitted : Pass::kFailed;
   }
 
-  void remove_worst(const Circle& circle) {
-    if (points_.is_full()) close_gaps();
-    const int32_t worst = find(circle);
-    remove_from(sums_, points_.data()[worst]);
-    worst_.remove(points_.data(), points_.stored(), worst);
-    points_.remove(worst);
-  }
+  void remove_worst(const Circle& circle) { remove(find(circle)); }
 
   void close_gaps() {
     worst_.renumber(points_.gaps(), points_.gap_count());
@@ -49,20 +49,38 @@ class Rejection {
   // either, the next ones wait for more removals.
   Fitted fit_by_sums(Circle& circle) {
     if (sums_.count > 0) {
-      const Fitted fitted = fit_from_sums(sums_, circle);
+      const Fitted fitted = fit_from_sums(sums_, circle, near_);
       if (fitted != Fitted::kUndecided || --patience_ > 0) return fitted;
     }
     close_gaps();
     const bool first = sums_.count <= 0;
     sums_ = form_circle_sums(points_.data(), points_.count(), sums_);
-    Fitted fitted = fit_from_sums(sums_, circle);
+    Fitted fitted = fit_from_sums(sums_, circle, near_);
     if (first && fitted == Fitted::kUndecided) {
       sums_ = form_circle_sums(points_.data(), points_.count(), sums_);
-      fitted = fit_from_sums(sums_, circle);
+      fitted = fit_from_sums(sums_, circle, near_);
     }
     wait_ = fitted == Fitted::kUndecided ? std::min(2 * wait_, kLongestWait) : 1;
     patience_ = wait_;
     return fitted;
+  }
+
+  bool remove_worst_of_near() {
+    const int32_t worst = worst_.find(near_);
+    if (worst < 0) return false;
+    CircleSums rest = sums_;
+    remove_from(rest, points_.data()[worst]);
+    if (!surely_has_circle(rest)) return false;
+    remove(worst);
+    return true;
+  }
+
+  // The index holds until the gaps are closed.
+  void remove(int32_t index) {
+    remove_from(sums_, points_.data()[index]);
+    worst_.remove(points_.data(), points_.stored(), index);
+    points_.remove(index);
+    if (points_.is_full()) close_gaps();
   }
 
   int32_t find(const Circle& circle) {
@@ -78,6 +96,7 @@ class Rejection {
 
   ThinnedPoints points_;
   CircleSums sums_;
+  NearCircle near_ = {};
   WorstPoints worst_;
   int32_t wait_ = 1;
   int32_t patience_ = 1;
@@ -88,9 +107,12 @@ class Rejection {
 RejectionResult fit_with_rejection(PointF32* points, int32_t count, int32_t discard) {
   RejectionResult result;
   Rejection rejection(points, count);
-  for (int32_t left = discard; (result.all_fitted = rejection.fit(result.circle)); --left) {
-    result.any_fitted = true;
-    if (left == 0) break;
+  for (int32_t left = discard;; --left) {
+    const Rejection::Pass pass = rejection.fit(result.circle, left > 0);
+    if (pass == Rejection::Pass::kSkipped) continue;
+    result.all_fitted = pass == Rejection::Pass::kFitted;
+    result.any_fitted = result.any_fitted || result.all_fitted;
+    if (!result.all_fitted || left == 0) break;
     rejection.remove_worst(result.circle);
   }
   rejection.close_gaps();

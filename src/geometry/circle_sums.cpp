@@ -155,13 +155,18 @@ CircleMoments<Enclosure> enclose_moments(const CircleSums& sums) {
   return s;
 }
 
-// Narrowing keeps the order of numbers, so that everything between two ends with one float has this float.
-bool narrow(const Enclosure& number, float& result) {
-  const auto low = static_cast<float>(number.low());
-  const auto high = static_cast<float>(number.high());
-  if (!(low == high) || std::signbit(low) != std::signbit(high)) return false;
-  result = low;
-  return true;
+// Narrowing keeps the order of numbers: where both ends become one float, so does everything between them.
+bool narrow(const Enclosure& number, float& low, float& middle, float& high) {
+  low = static_cast<float>(number.low());
+  middle = static_cast<float>(number.mid);
+  high = static_cast<float>(number.high());
+  return low == high && std::signbit(low) == std::signbit(high);
+}
+
+constexpr double kLimit = kSmallestSpread;
+
+bool surely_has_circle(const CircleMoments<Enclosure>& s, const Enclosure& det) {
+  return s.uu.low() >= kLimit && s.vv.low() >= kLimit && (det.low() >= kLimit || det.high() <= -kLimit);
 }
 
 }  // namespace
@@ -201,22 +206,26 @@ void remove_from(CircleSums& sums, PointF32 point) {
   --sums.count;
 }
 
-Fitted fit_from_sums(const CircleSums& sums, Circle& circle) {
+bool surely_has_circle(const CircleSums& sums) {
+  const CircleMoments<Enclosure> s = enclose_moments(sums);
+  return surely_has_circle(s, determinant(s));
+}
+
+Fitted fit_from_sums(const CircleSums& sums, Circle& circle, NearCircle& near) {
+  near.exists = false;
   const CircleMoments<Enclosure> s = enclose_moments(sums);
   const Enclosure det = determinant(s);
-  constexpr double kLimit = kSmallestSpread;
   if (s.uu.high() < kLimit || s.vv.high() < kLimit || det.magnitude() < kLimit) return Fitted::kNoCircle;
-  const bool has_circle =
-      s.uu.low() >= kLimit && s.vv.low() >= kLimit && (det.low() >= kLimit || det.high() <= -kLimit);
-  if (!has_circle) return Fitted::kUndecided;
+  if (!surely_has_circle(s, det)) return Fitted::kUndecided;
 
   const CircleSolution<Enclosure> solution = solve(s, det);
-  Circle result;
-  if (!narrow(solution.x, result.centre.x) || !narrow(solution.y, result.centre.y) ||
-      !narrow(solution.diameter, result.diameter)) {
-    return Fitted::kUndecided;
-  }
-  circle = result;
+  auto& [exists, middle, low, high] = near;
+  exists = true;
+  const bool same_x = narrow(solution.x, low.centre.x, middle.centre.x, high.centre.x);
+  const bool same_y = narrow(solution.y, low.centre.y, middle.centre.y, high.centre.y);
+  const bool same_diameter = narrow(solution.diameter, low.diameter, middle.diameter, high.diameter);
+  if (!same_x || !same_y || !same_diameter) return Fitted::kUndecided;
+  circle = middle;
   return Fitted::kCircle;
 }
 

@@ -31,8 +31,17 @@ void remove_from(CircleSums& sums, PointF32 point);
 
 enum class Fitted { kCircle, kNoCircle, kUndecided };
 
+// A circle near the definition's, of which centre and diameter lie between these two.
+struct NearCircle {
+  bool exists;  // false: it is open whether there is a circle
+  Circle middle, low, high;
+};
+
 // What fit_in_order says about the points in the sums, where the bounds leave no doubt about it; else kUndecided, and
-// the circle is untouched.
-Fitted fit_from_sums(const CircleSums& sums, Circle& circle);
+// the circle is untouched. `near` is set in any case.
+Fitted fit_from_sums(const CircleSums& sums, Circle& circle, NearCircle& near);
+
+// Whether fit_in_order surely finds a circle.
+bool surely_has_circle(const CircleSums& sums);
 
 }  // namespace vlix

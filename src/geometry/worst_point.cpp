@@ -80,6 +80,31 @@ VLIX_MULTIVERSION void extreme_squares(const PointF32* points, int32_t count, co
   }
 }
 
+double width_of(float low, float high) { return static_cast<double>(high) - static_cast<double>(low); }
+
+// What the radial error can be.
+struct ErrorRange {
+  double low, high;
+};
+
+// Rounding keeps the order: float differences from all centres lie between those from both ends.
+ErrorRange error_range(PointF32 point, const NearCircle& near) {
+  const auto magnitudes = [](float a, float b) {
+    const double larger = std::max(std::fabs(a), std::fabs(b));
+    const double smaller = std::min(std::fabs(a), std::fabs(b));
+    return ErrorRange{(a < 0.0f) == (b < 0.0f) ? smaller : 0.0, larger};
+  };
+  const ErrorRange dx = magnitudes(point.x - near.low.centre.x, point.x - near.high.centre.x);
+  const ErrorRange dy = magnitudes(point.y - near.low.centre.y, point.y - near.high.centre.y);
+  const double shortest = std::sqrt(dx.low * dx.low + dy.low * dy.low);
+  const double longest = std::sqrt(dx.high * dx.high + dy.high * dy.high);
+  const double above = longest - half_diameter(near.low);
+  const double below = half_diameter(near.high) - shortest;
+  // One of both is positive, as far as there is an error at all.
+  const double off = slack(std::max(above, below), half_diameter(near.high));
+  return {std::max(-above, -below) - off, std::max(above, below) + off};
+}
+
 bool same_place(PointF32 a, PointF32 b) { return a.x == b.x && a.y == b.y; }
 
 // The first point behind `index` in the same place, or `count`.
@@ -201,8 +226,8 @@ double WorstPoints::ceiling_under(const Circle& circle) const {
   return ceiling_ + move + 0x1p-21 * (half_diameter(circle_) + std::fabs(ceiling_) + move);
 }
 
-int32_t WorstPoints::find(const Circle& circle) const {
-  if (count_ <= 0) return -1;
+// Of all candidates, by the cheap formula.
+double WorstPoints::largest_error(const Circle& circle) const {
   // Repeats of the last point fill the last step.
   const int32_t whole = count_ / kStep * kStep;
   double smallest;
@@ -218,14 +243,51 @@ int32_t WorstPoints::find(const Circle& circle) const {
     largest = std::max(largest, high);
   }
   const double half = half_diameter(circle);
-  const double error = std::max(std::sqrt(largest) - half, half - std::sqrt(smallest));
-  const double off = slack(error, half);
-  if (count_ > 0 && ceiling_ == -kInfinity) {
+  return std::max(std::sqrt(largest) - half, half - std::sqrt(smallest));
+}
+
+int32_t WorstPoints::find(const Circle& circle) const {
+  if (count_ <= 0) return -1;
+  const double error = largest_error(circle);
+  const double off = slack(error, half_diameter(circle));
+  if (ceiling_ == -kInfinity) {
     if (!(error < kInfinity)) return -1;
   } else if (!(error - off > ceiling_under(circle))) {
     return -1;
   }
   return pick(circle, error - 4.0 * off);
+}
+
+// Only places within the doubt of the largest error are looked at closely: `off` covers the move of centre and radius
+// and, as in ceiling_under, the roundings of the float differences.
+int32_t WorstPoints::find(const NearCircle& near) const {
+  if (count_ <= 0 || !near.exists) return -1;
+  const Circle& circle = near.middle;
+  const double error = largest_error(circle);
+  const double half = half_diameter(circle);
+  const double move =
+      2.0 * (width_of(near.low.centre.x, near.high.centre.x) + width_of(near.low.centre.y, near.high.centre.y) +
+             width_of(near.low.diameter, near.high.diameter));
+  const double off = slack(error, half) + move + 0x1p-21 * (half + std::fabs(error) + move);
+  const double least = error - 4.0 * off;
+  if (!(least > 0.0) || (ceiling_ != -kInfinity && !(least > ceiling_under(circle)))) return -1;
+  const Quiet quiet(least, half);
+  int32_t worst = -1;
+  ErrorRange largest = {-1.0, -1.0};
+  double others = -1.0;
+  for (int32_t k = 0; k < count_; ++k) {
+    const double q = square(point_[k], circle);
+    if (q >= quiet.low && q <= quiet.high) continue;
+    const ErrorRange range = error_range(point_[k], near);
+    if (range.low > largest.low) {
+      others = std::max(others, largest.high);
+      largest = range;
+      worst = index_[k];
+    } else {
+      others = std::max(others, range.high);
+    }
+  }
+  return largest.low > others ? worst : -1;
 }
 
 // The first of the largest errors; a point whose error is below `least` is not it.

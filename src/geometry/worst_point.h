@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "geometry/circle.h"
+#include "geometry/circle_sums.h"
 
 namespace vlix {
 
@@ -21,6 +22,8 @@ class WorstPoints {
   void collect(const PointF32* points, int32_t count, const Circle& circle);
   // Index of the worst of all points, or -1 where it is not proved to be one of those collected.
   int32_t find(const Circle& circle) const;
+  // The same for a circle that is known to lie between two: -1 also where it could be any of several places.
+  int32_t find(const NearCircle& near) const;
   // The point is no longer there; the others keep their indices. Equal points, which have equal errors, are removed in
   // their order.
   void remove(const PointF32* points, int32_t count, int32_t index);
@@ -38,6 +41,7 @@ class WorstPoints {
   };
   class Places;
 
+  double largest_error(const Circle& circle) const;
   double ceiling_under(const Circle& circle) const;
   int32_t pick(const Circle& circle, double least) const;
 

@@ -45,7 +45,10 @@ TEST(CircleRejection, ThousandsOfPointsLoseTheSameOnesAsTheTwin) {
                              {.noise = 1e-5},
                              {.arc = 3.1, .outliers = 0.02},
                              {.arc = 0.7},
+                             {.arc = 0.2},
                              {.cx = 0, .cy = 0},
+                             {.cx = 0, .cy = 1, .radius = 1, .noise = 1e-4},
+                             {.cx = 0, .cy = -300, .arc = 0.7, .outliers = 0.01},
                              {.cx = 1e5, .cy = -1e5, .noise = 1},
                              {.cx = 1e7, .cy = 1e7, .radius = 1000, .noise = 3},
                              {.noise = 30, .outliers = 0.3, .outlier_reach = 1e5}};
