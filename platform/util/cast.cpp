@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 #include "vlix/object.h"
 #include "vlix/util.h"
@@ -21,6 +22,15 @@ void cast_rows(const VlixImage& from, VlixImage& to) {
     source += from.width;
     target += to.width;
   }
+}
+
+bool is_inside(int32_t first, int32_t length, int32_t whole) {
+  return first >= 0 && length >= 0 && int64_t{first} + length <= whole;
+}
+
+bool has_its_region(const VlixImage& image) {
+  return image.data != nullptr && is_inside(image.roiX, image.roiWidth, image.width) &&
+         is_inside(image.roiY, image.roiHeight, image.height);
 }
 
 using Cast = void (*)(const VlixImage&, VlixImage&);
@@ -44,7 +54,7 @@ int32_t VlixUtilCastImage(const VlixImage* from, VlixImage* to, int32_t kind, in
   const VlixImage source = *from;
   *to = {};
   const Cast cast = cast_of(source.type);
-  if (cast == nullptr || source.data == nullptr || kind != kToF32 || mode != kValuesAsTheyAre) return -1;
+  if (cast == nullptr || !has_its_region(source) || kind != kToF32 || mode != kValuesAsTheyAre) return -1;
   if (VlixImageAlloc(to, ObjType_F32, source.roiWidth, source.roiHeight) < 0) return -1;
   cast(source, *to);
   return 0;

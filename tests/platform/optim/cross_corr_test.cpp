@@ -199,6 +199,50 @@ TEST_P(CrossCorrBlocks, NearlyFlatPatchesKeepTheirScore) {
   expect_all_exact(words, cut(words, 0, 0, {70, 64}));
 }
 
+// As a camera sees a scene: uneven light, discs with blurred edges in front of one another, a clipped lamp, and noise
+// that grows with the brightness.
+template <class Pixel>
+Region<Pixel> photograph(int32_t width, int32_t height, double black, double white) {
+  std::mt19937_64 random(21);
+  std::uniform_real_distribution<double> unit(0, 1);
+  std::normal_distribution<double> noise(0, 1);
+  std::vector<double> scene(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0.35);
+  for (int disc = 0; disc < 60; ++disc) {
+    const double x = width * unit(random);
+    const double y = height * unit(random);
+    const double radius = 3 + 40 * unit(random) * unit(random);
+    const double shade = disc == 59 ? 1.4 : unit(random);
+    for (int32_t v = 0; v < height; ++v) {
+      for (int32_t u = 0; u < width; ++u) {
+        double& pixel = scene[static_cast<std::size_t>(v * width + u)];
+        pixel += (shade - pixel) / (1 + std::exp(std::hypot(u - x, v - y) - radius));
+      }
+    }
+  }
+  Region<Pixel> image(width, height, 2);
+  for (int32_t v = 0; v < height; ++v) {
+    for (int32_t u = 0; u < width; ++u) {
+      const double light = (0.4 + 0.6 * u / width) * scene[static_cast<std::size_t>(v * width + u)];
+      const double seen = std::clamp(light + 0.02 * std::sqrt(light) * noise(random), 0.0, 1.0);
+      image.at(u, v) = static_cast<Pixel>(std::floor(black + (white - black) * seen));
+    }
+  }
+  return image;
+}
+
+TEST_P(CrossCorrBlocks, PhotographsMeetTheDefinitionOnBothRoutes) {
+  const auto expect_type = []<class Pixel>(Pixel, double black, double white) {
+    const auto image = photograph<Pixel>(220, 180, black, white);
+    for (const VlixSize tpl : {VlixSize{8, 8}, VlixSize{17, 12}, VlixSize{64, 70}}) {
+      expect_all_exact(image, cut(image, 91, 60, tpl));
+    }
+  };
+  expect_type(uint8_t{}, 0, 255);
+  expect_type(int8_t{}, -128, 127);
+  expect_type(uint16_t{}, 0, 65535);
+  expect_type(uint16_t{}, 60000, 60200);
+}
+
 // Blocks of several sizes, in both directions, with remainders.
 TEST_P(CrossCorrBlocks, NothingHappensAtBlockBorders) {
   const VlixSize sizes[][2] = {
@@ -245,6 +289,15 @@ Region<float> bright_and_faint(int32_t width, int32_t height, float offset, floa
 }
 
 constexpr VlixSize kFloatTemplates[] = {{8, 8}, {40, 50}};
+
+TEST(CrossCorrFloat, Photographs) {
+  for (const VlixSize tpl : {VlixSize{8, 8}, VlixSize{64, 70}}) {
+    for (const double black : {0.0, -3000.0, 500.0}) {
+      const auto image = photograph<float>(220, 180, black, black + 4000.0);
+      expect_sampled(image, cut(image, 91, 60, tpl), kTolerance, 1000);
+    }
+  }
+}
 
 TEST(CrossCorrFloat, SmallContrastOnALargeOffset) {
   for (const VlixSize tpl : kFloatTemplates) {

@@ -59,6 +59,32 @@ TEST(UtilCast, RefusedCallsEmptyTheRecordAndReportNothing) {
   EXPECT_EQ(report.count, 0u);
 }
 
+TEST(UtilCast, RegionsThatLeaveTheImageAreRefused) {
+  TestImage<uint8_t> image(6, 5);
+  const auto cast = [&](int32_t x, int32_t y, int32_t width, int32_t height) {
+    VlixImage region = image.record;
+    region.roiX = x;
+    region.roiY = y;
+    region.roiWidth = width;
+    region.roiHeight = height;
+    OutputImage out;
+    return VlixUtilCastImage(&region, &out.record, 4, 0);
+  };
+  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  EXPECT_EQ(cast(0, 0, 6, 5), 0);
+  EXPECT_EQ(cast(5, 4, 1, 1), 0);
+  EXPECT_NE(cast(-1, 0, 3, 3), 0);
+  EXPECT_NE(cast(0, -1, 3, 3), 0);
+  EXPECT_NE(cast(4, 0, 3, 3), 0);
+  EXPECT_NE(cast(0, 3, 3, 3), 0);
+  EXPECT_NE(cast(6, 0, kMost, 1), 0);
+  EXPECT_NE(cast(0, kMost, 1, kMost), 0);
+  EXPECT_NE(cast(0, 0, -6, 5), 0);
+  image.record.width = -6;
+  EXPECT_NE(cast(0, 0, 6, 5), 0);
+  image.record.width = 6;
+}
+
 TEST(UtilCast, EveryFailedAllocationIsAFailure) {
   if (!HeapWatch::available()) GTEST_SKIP() << "a sanitizer owns the heap";
   TestImage<uint8_t> image(3, 3);
