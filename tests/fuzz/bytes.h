@@ -73,16 +73,15 @@ class Bytes {
     for (T& v : out) v = value<T>();
     return out;
   }
-  // Elements that a short pattern repeats; often they are few different ones.
+  // Elements that a short pattern repeats; mostly they are few different ones.
   template <class Make>
   auto pattern(int32_t most, Make make) {
     const auto count = static_cast<std::size_t>(integer(1, most));
-    const std::size_t different = coin() ? static_cast<std::size_t>(integer(1, 4)) : count;
+    const std::size_t different = rarely(4) ? count : static_cast<std::size_t>(integer(1, 4));
+    const auto stride = static_cast<std::size_t>(integer(0, 255));
     std::vector<decltype(make())> elements;
-    while (elements.size() < count) {
-      const bool is_new = elements.size() < different;
-      elements.push_back(is_new ? make()
-                                : elements[static_cast<std::size_t>(integer(0, static_cast<int32_t>(different) - 1))]);
+    for (std::size_t i = 0; i < count; ++i) {
+      elements.push_back(i < different ? make() : elements[(i * stride + i / different) % different]);
     }
     return elements;
   }

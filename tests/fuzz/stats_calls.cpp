@@ -192,8 +192,6 @@ constexpr Format kCountable[] = {test::kU8,    test::kS8,       test::kU16,     
 void call_counts(Bytes& bytes, RecordingPlatform& platform) {
   Trial trial(bytes, platform);
   const Format& format = pick_format(bytes, kCountable);
-  RawImage image = raw_image(bytes, format, 100, 6, true);
-  if (bytes.rarely(16)) image.record.type = bytes.pick<uint32_t>({0, 8, 12, 16, 18, 24, 39, 44});
   const bool wanted = !bytes.rarely(8);
   const bool by_threshold = bytes.coin();
   int32_t low = bytes.integer(-300, 300);
@@ -202,9 +200,13 @@ void call_counts(Bytes& bytes, RecordingPlatform& platform) {
     low = bytes.any_integer();
     high = bytes.any_integer();
   }
-  if (format.channels == 1 && bytes.rarely(3)) {
+  int32_t* const on_a_pixel = bytes.pick<int32_t*>({nullptr, &low, &high});
+  const bool wrong = bytes.rarely(16);
+  RawImage image = raw_image(bytes, format, 100, 6, true);
+  if (wrong) image.record.type = bytes.pick<uint32_t>({0, 8, 12, 16, 18, 24, 39, 44});
+  if (format.channels == 1 && on_a_pixel != nullptr) {
     const double pixel = format.read(static_cast<const uint8_t*>(image.record.data), 0);
-    if (std::abs(pixel) < 1e6) (bytes.coin() ? low : high) = static_cast<int32_t>(pixel);
+    if (std::abs(pixel) < 1e6) *on_a_pixel = static_cast<int32_t>(pixel);
   }
   constexpr uint32_t kNoCount = 0xDEADBEEF;
   uint32_t count = kNoCount;
