@@ -53,7 +53,8 @@ class Projection : public ::testing::Test {};
 using Pixels = ::testing::Types<uint8_t, int8_t, uint16_t, int16_t, float>;
 TYPED_TEST_SUITE(Projection, Pixels);
 
-constexpr int32_t kWidths[] = {1, 3, 4, 5, 15, 16, 17, 31, 32, 33, 63, 64, 65, 127, 128, 129, 130, 131, 511, 512, 513};
+constexpr int32_t kWidths[] = {1,  3,  4,   5,   15,  16,  17,  31,  32,  33,  63,
+                               64, 65, 127, 128, 129, 130, 131, 511, 512, 513, 1025};
 constexpr int32_t kHeights[] = {1, 2, 3, 4, 5, 7, 15, 16, 17, 33};
 
 // Every size is summed with and without margins around the region, at every level.
@@ -131,7 +132,7 @@ TYPED_TEST(Projection, PairsAreIndexAndSum) {
 // Rows of the block heights at which 16-bit partial sums are flushed.
 TEST(ProjectionOfBytes, BlocksOf256RowsFlush) {
   for (const int32_t height : {255, 256, 257, 511, 512, 513, 1025}) {
-    for (const int32_t width : {5, 15, 16, 17, 64, 511, 512, 513}) {
+    for (const int32_t width : {5, 15, 16, 17, 64, 511, 512, 513, 1025}) {
       TestImage<uint8_t> image(width, height, Fill::kHighest, 1);
       for (const int32_t level : {0, 1}) {
         const LevelScope scope(level);

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "match/nxcorr_twin.h"
@@ -148,6 +150,54 @@ TEST(NxcorrScores, EmptyTemplateScoresZeroOnThePlainRoute) {
     EXPECT_EQ(dst.record.width, 61 - width);
     EXPECT_EQ(dst.record.height, 6 - height);
     for (float score : region_values<float>(dst)) ASSERT_EQ(score, 0.0f);
+  }
+}
+
+// A ring with a bar on one side, seen from its centre; edges are `blur` pixels wide.
+double mark(double x, double y, bool has_bar, double blur) {
+  const auto step = [blur](double inside) { return 1 / (1 + std::exp(-inside / blur)); };
+  const double ring = step(2.0 - std::fabs(std::hypot(x, y) - 9));
+  const double bar = has_bar ? step(2.5 - std::fabs(x - 3)) * step(8 - std::fabs(y + 5)) : 0.0;
+  return std::max(ring, bar);
+}
+
+// Half as bright a ground, tilted by 4 degrees, three times as blurred, noisy, less contrast, and the ring alone
+// nearby.
+template <class Pixel>
+void expect_mark_is_found(double unit) {
+  constexpr int32_t kSide = 33, kLeft = 97, kTop = 58;
+  TestImage<Pixel> templ(kSide, kSide);
+  for (int32_t y = 0; y < kSide; ++y) {
+    for (int32_t x = 0; x < kSide; ++x)
+      templ.roi_at(x, y) = static_cast<Pixel>(unit * 120 * mark(x - 16, y - 16, true, 0.4));
+  }
+  std::mt19937_64 random(14);
+  std::normal_distribution<double> noise(0, 6);
+  TestImage<Pixel> target(180, 140);
+  const double c = std::cos(0.07), s = std::sin(0.07);
+  for (int32_t y = 0; y < 140; ++y) {
+    for (int32_t x = 0; x < 180; ++x) {
+      const double u = x - kLeft - 16, v = y - kTop - 16;
+      const double seen = mark(c * u + s * v, c * v - s * u, true, 1.2) + mark(x - 50, y - 60, false, 1.2);
+      target.roi_at(x, y) = static_cast<Pixel>(unit * std::clamp(20 + 0.1 * x + 40 * seen + noise(random), 0.0, 127.0));
+    }
+  }
+  OutputImage dst;
+  ASSERT_EQ(vlix_nxcorr(&target.record, &templ.record, &dst.record), 0);
+  const auto scores = region_values<float>(dst);
+  const auto best = std::max_element(scores.begin(), scores.end()) - scores.begin();
+  EXPECT_EQ(best % dst.record.roiWidth, kLeft);
+  EXPECT_EQ(best / dst.record.roiWidth, kTop);
+}
+
+TEST(NxcorrScores, TiltedBlurredNoisyCopyIsFoundAtItsPlace) {
+  for (int32_t level : {0, 1, 2}) {
+    const LevelScope scope(level);
+    expect_mark_is_found<uint8_t>(1);
+    expect_mark_is_found<int8_t>(1);
+    expect_mark_is_found<uint16_t>(500);
+    expect_mark_is_found<int16_t>(200);
+    expect_mark_is_found<float>(0.01);
   }
 }
 
