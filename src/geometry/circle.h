@@ -56,8 +56,26 @@ CircleSolution<Number> solve(const CircleMoments<Number>& s, const Number& det) 
   return {uc + s.x, vc + s.y, Number{2.0} * radius};
 }
 
+// Sums of the coordinates in point order, which are formed again from the first change on.
+class OrderedCoordinates {
+ public:
+  explicit OrderedCoordinates(int32_t count) : step_(count / kSteps + 256) { x_[0] = y_[0] = 0.0; }
+
+  // The points from this one on are others than before.
+  void have_changed(int32_t from) { known_ = from / step_ < known_ ? from / step_ : known_; }
+  void form(const PointF32* points, int32_t count, double& x, double& y);
+
+ private:
+  static constexpr int32_t kSteps = 256;
+
+  int32_t step_;
+  int32_t known_ = 0;  // steps in front of which the sums are known
+  double x_[kSteps + 1];
+  double y_[kSteps + 1];
+};
+
 // The definition: sums of doubles, one point after the other. False for points without a circle, which is then
 // untouched.
-bool fit_in_order(const PointF32* points, int32_t count, Circle& circle);
+bool fit_in_order(const PointF32* points, int32_t count, OrderedCoordinates& coordinates, Circle& circle);
 
 }  // namespace vlix

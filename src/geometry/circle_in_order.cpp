@@ -18,8 +18,8 @@ constexpr int32_t kPointsPerStep = 4;
 using Pairs = Lanes<double, 2 * kPointsPerStep>;
 
 VLIX_MULTIVERSION void add_coordinates(const PointF32* points, int32_t count, double& sum_x, double& sum_y) {
-  double x = 0.0;
-  double y = 0.0;
+  double x = sum_x;
+  double y = sum_y;
   for (int32_t i = 0; i < count; ++i) {
     x += static_cast<double>(points[i].x);
     y += static_cast<double>(points[i].y);
@@ -76,10 +76,10 @@ VLIX_MULTIVERSION void add_powers(const PointF32* points, int32_t count, CircleM
   }
 }
 
-CircleMoments<double> moments_in_order(const PointF32* points, int32_t count) {
+CircleMoments<double> moments_in_order(const PointF32* points, int32_t count, OrderedCoordinates& coordinates) {
   const auto m = static_cast<double>(count);
   CircleMoments<double> sum = {};
-  add_coordinates(points, count, sum.x, sum.y);
+  coordinates.form(points, count, sum.x, sum.y);
   sum.x /= m;
   sum.y /= m;
   add_powers(points, count, sum);
@@ -89,8 +89,19 @@ CircleMoments<double> moments_in_order(const PointF32* points, int32_t count) {
 
 }  // namespace
 
-bool fit_in_order(const PointF32* points, int32_t count, Circle& circle) {
-  const CircleMoments<double> s = moments_in_order(points, count);
+void OrderedCoordinates::form(const PointF32* points, int32_t count, double& x, double& y) {
+  for (; known_ < count / step_; ++known_) {
+    x_[known_ + 1] = x_[known_];
+    y_[known_ + 1] = y_[known_];
+    add_coordinates(points + known_ * step_, step_, x_[known_ + 1], y_[known_ + 1]);
+  }
+  x = x_[known_];
+  y = y_[known_];
+  add_coordinates(points + known_ * step_, count - known_ * step_, x, y);
+}
+
+bool fit_in_order(const PointF32* points, int32_t count, OrderedCoordinates& coordinates, Circle& circle) {
+  const CircleMoments<double> s = moments_in_order(points, count, coordinates);
   const double det = determinant(s);
   if (s.uu < kSmallestSpread || s.vv < kSmallestSpread || std::fabs(det) < kSmallestSpread) return false;
   const CircleSolution<double> solution = solve(s, det);

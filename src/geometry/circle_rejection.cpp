@@ -21,7 +21,7 @@ constexpr int32_t kFewPoints = 48;
 
 class Rejection {
  public:
-  Rejection(PointF32* points, int32_t count) : points_(points, count) {}
+  Rejection(PointF32* points, int32_t count) : points_(points, count), coordinates_(count) {}
 
   enum class Pass { kFitted, kFailed, kSkipped };
 
@@ -34,12 +34,13 @@ class Rejection {
       if (may_skip && remove_worst_of_near()) return Pass::kSkipped;
     }
     close_gaps();
-    return fit_in_order(points_.data(), points_.count(), circle) ? Pass::kFitted : Pass::kFailed;
+    return fit_in_order(points_.data(), points_.count(), coordinates_, circle) ? Pass::kFitted : Pass::kFailed;
   }
 
   void remove_worst(const Circle& circle) { remove(find(circle)); }
 
   void close_gaps() {
+    if (points_.has_gaps()) coordinates_.have_changed(points_.gaps()[0]);
     worst_.renumber(points_.gaps(), points_.gap_count());
     points_.close_gaps();
   }
@@ -95,6 +96,7 @@ class Rejection {
   static constexpr int32_t kLongestWait = 256;
 
   ThinnedPoints points_;
+  OrderedCoordinates coordinates_;
   CircleSums sums_;
   NearCircle near_ = {};
   WorstPoints worst_;
