@@ -28,6 +28,18 @@ std::vector<PointF32> plain_maxima(const std::vector<PointF32>& hist) {
   return peaks;
 }
 
+// Every peak is a maximum of the plain loop, and none follows another one too closely.
+std::string check_distances(const VlixVector& found, const std::vector<PointF32>& maxima, float distance) {
+  const auto* peaks = values_of<PointF32>(found);
+  std::size_t next = 0;
+  for (int32_t i = 0; i < found.count; ++i) {
+    while (next < maxima.size() && maxima[next].x != peaks[i].x) ++next;
+    if (next == maxima.size() || maxima[next].y != peaks[i].y) return "a peak is not a maximum";
+    if (i > 0 && peaks[i].x - peaks[i - 1].x < distance) return "peaks are too close";
+  }
+  return found.count > 0 ? "" : "no peaks";
+}
+
 Work peaks(bool noisy, float distance) {
   auto hist = std::make_shared<Vector<PointF32>>(kCount);
   std::mt19937_64 random(3);
@@ -50,6 +62,8 @@ Work peaks(bool noisy, float distance) {
       const auto* found = values_of<PointF32>(out[0]);
       return std::equal(found, found + out[0].count, expected->begin(), expected->end(), same) ? "" : "peaks differ";
     };
+  } else {
+    work.verify = [=] { return check_distances(out[0], plain_maxima(hist->values), distance); };
   }
   return work;
 }

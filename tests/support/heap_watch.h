@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C heap as the module uses it, counted per thread. Not available under sanitizers, which own malloc.
+// The C heap as the module uses it, counted per thread. Not available under sanitizers and memory
+// checkers, which own malloc.
 #pragma once
 
 #include <cstddef>

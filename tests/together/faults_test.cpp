@@ -69,7 +69,7 @@ TEST_P(Faults, EachPlatformCallInTurn) {
 }
 
 TEST_P(Faults, EachHeapAllocationInTurn) {
-  if (!RecordingPlatform::heap_is_watched()) GTEST_SKIP() << "a sanitizer owns malloc";
+  if (!RecordingPlatform::heap_is_watched()) GTEST_SKIP() << "a sanitizer or memory checker owns malloc";
   for (const ExportCase& item : all_exports()) {
     SCOPED_TRACE(item.name);
     RecordingPlatform platform;
