@@ -11,9 +11,9 @@ for library in Meas Object Optim Util Xform; do
   shared=$build/lib/libVlix$library.so.1
   if [ "$update" = --update ]; then
     mkdir -p "$description"
-    abidw --no-corpus-path --no-comp-dir-path --no-show-locs --drop-private-types --headers-dir "$source/include" \
+    abidw --exported-interfaces-only --no-corpus-path --no-comp-dir-path --no-show-locs --drop-private-types --headers-dir "$source/include" \
       "$shared" --out-file "$description/libVlix$library.abi"
-  elif ! abidiff --no-added-syms --headers-dir2 "$source/include" "$description/libVlix$library.abi" "$shared"; then
+  elif ! abidiff --exported-interfaces-only --no-added-syms --headers-dir2 "$source/include" "$description/libVlix$library.abi" "$shared"; then
     status=1
   fi
 done
