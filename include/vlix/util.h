@@ -36,7 +36,8 @@ VLIX_API int32_t VlixUtilComputeHistogram(const VlixImage* image, VlixVector* hi
  * Converts an image to another pixel type. Every value fits a 32-bit float exactly.
  *
  * Cost: one pass and the new image.
- * @param[in] from monochrome image (U8, S8, U16, S16, F32); its region of interest, which has to lie inside, is converted
+ * @param[in] from monochrome image (U8, S8, U16, S16, F32); its region of interest, which has to lie inside, is
+ * converted
  * @param[out] to an empty record; receives a new image that consists of just that region
  * @param[in] kind 4 = F32, the only one
  * @param[in] mode 0, the only one: values as they are
