@@ -91,6 +91,52 @@ TEST(Match, MarksOfTheSample) {
   }
 }
 
+// The picture turned by `degrees` around (centre_x, centre_y), each pixel the mean of nine bilinear samples, with
+// noise.
+Picture disturbed(const Picture& from, double degrees, double centre_x, double centre_y) {
+  const double c = std::cos(degrees * 3.14159265358979 / 180);
+  const double s = std::sin(degrees * 3.14159265358979 / 180);
+  const auto sample = [&](double x, double y) {
+    const double u = std::clamp(centre_x + c * (x - centre_x) - s * (y - centre_y), 0.0, from.width - 1.001);
+    const double v = std::clamp(centre_y + s * (x - centre_x) + c * (y - centre_y), 0.0, from.height - 1.001);
+    const int i = static_cast<int>(u);
+    const int k = static_cast<int>(v);
+    const double above = from.at(i, k) + (u - i) * (from.at(i + 1, k) - from.at(i, k));
+    const double below = from.at(i, k + 1) + (u - i) * (from.at(i + 1, k + 1) - from.at(i, k + 1));
+    return above + (v - k) * (below - above);
+  };
+  return draw(from.width, from.height, Sample::kU8, [&](int x, int y) {
+    double sum = 0;
+    for (int dy = -1; dy <= 1; ++dy) {
+      for (int dx = -1; dx <= 1; ++dx) sum += sample(x + dx, y + dy);
+    }
+    return std::clamp(std::floor(sum / 9 + noise(x, y, 7, 17) - 8), 0.0, 255.0);
+  });
+}
+
+// The turn is around the middle of a mark, which therefore stays at its place.
+TEST(Match, MarkIsFoundInATurnedBlurredNoisyCopyOfTheSample) {
+  const Picture marks = decoded(VLIX_SAMPLES "/marks.png");
+  const Picture mark = decoded(VLIX_SAMPLES "/mark.png");
+  const auto truth = nlohmann::ordered_json::parse(read_file(VLIX_SAMPLES "/truth.json"))["images"]["marks.png"];
+  const Folder folder;
+  for (const auto& place : truth["places"]) {
+    const int x = place[0];
+    const int y = place[1];
+    const Picture copy = disturbed(marks, 4, x + (mark.width - 1) / 2.0, y + (mark.height - 1) / 2.0);
+    const std::string file = folder.write("copy.png", png(copy));
+    for (const char* level : {"0", "1", "2"}) {
+      const Finished done = vlix(
+          {"match", "--format", "json", "--level", level, "--template", VLIX_SAMPLES "/mark.png", "--top", "5", file});
+      ASSERT_EQ(done.exit_code, 0) << done.err;
+      const auto rows = done.json();
+      const bool found =
+          std::any_of(rows.begin(), rows.end(), [&](const auto& row) { return row["x"] == x && row["y"] == y; });
+      EXPECT_TRUE(found) << place << " level " << level;
+    }
+  }
+}
+
 TEST(Match, EveryPairOfTypesFindsItsPlace) {
   const Folder folder;
   const Picture base = noisy(40, 30, Sample::kU8, 0, 100);
