@@ -6,27 +6,13 @@
 #include <cmath>
 #include <vector>
 
-#include "support/document.h"
-#include "support/test_image.h"
+#include "together/numerics_examples.h"
 #include "vlix/meas.h"
 
 namespace vlix::test {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-
-Section section(const std::string& heading) {
-  Section found("numerics.md", heading);
-  EXPECT_TRUE(found.is_there()) << heading;
-  return found;
-}
-
-template <class Pixel>
-TestImage<Pixel> image_of(int32_t width, int32_t height, const std::vector<Pixel>& values) {
-  TestImage<Pixel> image(width, height);
-  image.assign(values);
-  return image;
-}
 
 template <class Point>
 TestVector<Point> histogram_of(const std::vector<float>& counts) {

@@ -7,26 +7,12 @@
 #include <vector>
 
 #include "stats/variance_twin.h"
-#include "support/document.h"
-#include "support/test_image.h"
+#include "together/numerics_examples.h"
 #include "vlix/meas.h"
 #include "vlix/util.h"
 
 namespace vlix::test {
 namespace {
-
-Section section(const std::string& heading) {
-  Section found("numerics.md", heading);
-  EXPECT_TRUE(found.is_there()) << heading;
-  return found;
-}
-
-template <class Pixel>
-TestImage<Pixel> image_of(int32_t width, int32_t height, const std::vector<Pixel>& values) {
-  TestImage<Pixel> image(width, height);
-  image.assign(values);
-  return image;
-}
 
 template <class Pixel>
 std::vector<Pixel> each_value(int from, int to) {
