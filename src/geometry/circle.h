@@ -56,6 +56,9 @@ CircleSolution<Number> solve(const CircleMoments<Number>& s, const Number& det) 
   return {uc + s.x, vc + s.y, Number{2.0} * radius};
 }
 
+// False for points without a circle, which is then untouched.
+bool circle_from(const CircleMoments<double>& moments, Circle& circle);
+
 // Sums of the coordinates in point order, which are formed again from the first change on.
 class OrderedCoordinates {
  public:
@@ -74,8 +77,7 @@ class OrderedCoordinates {
   double y_[kSteps + 1];
 };
 
-// The definition: sums of doubles, one point after the other. False for points without a circle, which is then
-// untouched.
+// The definition: circle_from of sums of doubles, one point after the other.
 bool fit_in_order(const PointF32* points, int32_t count, OrderedCoordinates& coordinates, Circle& circle);
 
 }  // namespace vlix

@@ -100,13 +100,16 @@ void OrderedCoordinates::form(const PointF32* points, int32_t count, double& x, 
   add_coordinates(points + known_ * step_, count - known_ * step_, x, y);
 }
 
-bool fit_in_order(const PointF32* points, int32_t count, OrderedCoordinates& coordinates, Circle& circle) {
-  const CircleMoments<double> s = moments_in_order(points, count, coordinates);
+bool circle_from(const CircleMoments<double>& s, Circle& circle) {
   const double det = determinant(s);
   if (s.uu < kSmallestSpread || s.vv < kSmallestSpread || std::fabs(det) < kSmallestSpread) return false;
   const CircleSolution<double> solution = solve(s, det);
   circle = {{static_cast<float>(solution.x), static_cast<float>(solution.y)}, static_cast<float>(solution.diameter)};
   return true;
+}
+
+bool fit_in_order(const PointF32* points, int32_t count, OrderedCoordinates& coordinates, Circle& circle) {
+  return circle_from(moments_in_order(points, count, coordinates), circle);
 }
 
 }  // namespace vlix

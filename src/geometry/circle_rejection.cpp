@@ -2,13 +2,15 @@
 // The definition costs one pass over all points for every removal. Here a removal costs a few hundred operations while
 // two proofs hold: that sums updated by the removed point give the same floats as the definition's sums
 // (circle_sums.h), and that the worst point is among a few hundred candidates (worst_point.h). Where a proof fails, all
-// points are visited: for new sums, for new candidates, and in the end by the definition itself. Most of the passes
-// before the last one need no proof of the floats: a circle near the definition's tells the worst point, too.
+// points are visited: for new sums, for new candidates, and in the end by the definition itself, several passes at a
+// time (circle_foreseen.h). Most of the passes before the last one need no proof of the floats: a circle near the
+// definition's tells the worst point, too.
 
 #include "geometry/circle_rejection.h"
 
 #include <algorithm>
 
+#include "geometry/circle_foreseen.h"
 #include "geometry/circle_sums.h"
 #include "geometry/thinned_points.h"
 #include "geometry/worst_point.h"
@@ -27,14 +29,19 @@ class Rejection {
 
   // Where the circle's floats are open but the worst point is not, nobody needs them: the point is removed at once.
   // Then the next pass surely finds a circle, so that this one is not the result.
-  Pass fit(Circle& circle, bool may_skip) {
+  Pass fit(Circle& circle, int32_t left) {
+    bool exists;
     if (points_.count() > kFewPoints) {
       const Fitted fitted = fit_by_sums(circle);
       if (fitted != Fitted::kUndecided) return fitted == Fitted::kCircle ? Pass::kFitted : Pass::kFailed;
-      if (may_skip && remove_worst_of_near()) return Pass::kSkipped;
+      if (left > 0 && remove_worst_of_near()) return Pass::kSkipped;
+      if (!foreseen_.is_known()) foresee(left);
+      exists = foreseen_.circle(circle);
+    } else {
+      close_gaps();
+      exists = fit_in_order(points_.data(), points_.count(), coordinates_, circle);
     }
-    close_gaps();
-    return fit_in_order(points_.data(), points_.count(), coordinates_, circle) ? Pass::kFitted : Pass::kFailed;
+    return exists ? Pass::kFitted : Pass::kFailed;
   }
 
   void remove_worst(const Circle& circle) { remove(find(circle)); }
@@ -42,6 +49,7 @@ class Rejection {
   void close_gaps() {
     if (points_.has_gaps()) coordinates_.have_changed(points_.gaps()[0]);
     worst_.renumber(points_.gaps(), points_.gap_count());
+    foreseen_.clear();
     points_.close_gaps();
   }
 
@@ -76,8 +84,30 @@ class Rejection {
     return true;
   }
 
+  // The removals that circles near the definition's tell.
+  void foresee(int32_t left) {
+    close_gaps();
+    int32_t removals[ForeseenCircles::kPasses];
+    const int32_t most = std::min(left, ForeseenCircles::kPasses - 1);
+    int32_t known = 0;
+    CircleSums sums = sums_;
+    NearCircle near = near_;
+    WorstPoints worst = worst_;
+    while (known < most && near.exists) {
+      const int32_t index = worst.find(near.middle);
+      if (index < 0) break;
+      removals[known++] = index;
+      worst.remove(points_.data(), points_.count(), index);
+      remove_from(sums, points_.data()[index]);
+      Circle unused;
+      fit_from_sums(sums, unused, near);
+    }
+    foreseen_.form(points_.data(), points_.count(), removals, known);
+  }
+
   // The index holds until the gaps are closed.
   void remove(int32_t index) {
+    foreseen_.remove(index);
     remove_from(sums_, points_.data()[index]);
     worst_.remove(points_.data(), points_.stored(), index);
     points_.remove(index);
@@ -100,6 +130,7 @@ class Rejection {
   CircleSums sums_;
   NearCircle near_ = {};
   WorstPoints worst_;
+  ForeseenCircles foreseen_;
   int32_t wait_ = 1;
   int32_t patience_ = 1;
 };
@@ -110,7 +141,7 @@ RejectionResult fit_with_rejection(PointF32* points, int32_t count, int32_t disc
   RejectionResult result;
   Rejection rejection(points, count);
   for (int32_t left = discard;; --left) {
-    const Rejection::Pass pass = rejection.fit(result.circle, left > 0);
+    const Rejection::Pass pass = rejection.fit(result.circle, left);
     if (pass == Rejection::Pass::kSkipped) continue;
     result.all_fitted = pass == Rejection::Pass::kFitted;
     result.any_fitted = result.any_fitted || result.all_fitted;

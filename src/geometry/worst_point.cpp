@@ -80,6 +80,31 @@ VLIX_MULTIVERSION void extreme_squares(const PointF32* points, int32_t count, co
   }
 }
 
+// No coordinate is undefined.
+VLIX_MULTIVERSION void bounding_box(const PointF32* points, int32_t count, PointF32& low, PointF32& high) {
+  using FloatPairs = Lanes<float, 2 * kStep>;
+  const float x = points[0].x;
+  const float y = points[0].y;
+  FloatPairs lows = {x, y, x, y, x, y, x, y, x, y, x, y, x, y, x, y};
+  FloatPairs highs = lows;
+  int32_t i = 0;
+  for (; i <= count - kStep; i += kStep) {
+    FloatPairs xy;
+    std::memcpy(&xy, points + i, sizeof(xy));
+    lows = xy < lows ? xy : lows;
+    highs = xy > highs ? xy : highs;
+  }
+  low = high = points[0];
+  for (int32_t k = 0; k < 2 * kStep; k += 2) {
+    low = {std::min(low.x, lows[k]), std::min(low.y, lows[k + 1])};
+    high = {std::max(high.x, highs[k]), std::max(high.y, highs[k + 1])};
+  }
+  for (; i < count; ++i) {
+    low = {std::min(low.x, points[i].x), std::min(low.y, points[i].y)};
+    high = {std::max(high.x, points[i].x), std::max(high.y, points[i].y)};
+  }
+}
+
 double width_of(float low, float high) { return static_cast<double>(high) - static_cast<double>(low); }
 
 // What the radial error can be.
@@ -211,8 +236,34 @@ void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& c
     has_equals_[k] = candidates[k].has_equals;
   }
   ceiling_ = is_complete ? -kInfinity : ceiling + slack(ceiling, half);
+  PointF32 low;
+  PointF32 high;
+  bounding_box(points, count, low, high);
+  box_ = {static_cast<double>(low.x), static_cast<double>(high.x), static_cast<double>(low.y),
+          static_cast<double>(high.y)};
   circle_ = circle;
   count_ = n;
+}
+
+// By how much |distance - h| of a point in the box changes at most from one circle to the other: no more than centre
+// and radius move (triangle inequality), and on an arc, where they move together, by less. The change has the gradient
+// n1 - n0, n the directions from the centres; |n1 - n0| <= |c1 - c0| / d with d the shorter distance from a centre. So
+// it is the change in the middle of the box and at most |c1 - c0| / d for each unit of the way from there.
+double WorstPoints::change_to(const Circle& circle) const {
+  const auto distance = [](double x, double y, PointF32 centre) {
+    return std::hypot(x - static_cast<double>(centre.x), y - static_cast<double>(centre.y));
+  };
+  const double dh = half_diameter(circle) - half_diameter(circle_);
+  const double dc = distance(circle.centre.x, circle.centre.y, circle_.centre);
+  const double anywhere = dc + std::fabs(dh);
+  const double x = (box_.left + box_.right) / 2.0;
+  const double y = (box_.top + box_.bottom) / 2.0;
+  const double before = distance(x, y, circle_.centre);
+  const double after = distance(x, y, circle.centre);
+  const double way = std::hypot(box_.right - box_.left, box_.bottom - box_.top) / 2.0;
+  const double nearest = std::min(before, after) - way;
+  if (!(nearest > 0.0)) return anywhere;
+  return std::min(anywhere, std::fabs(after - before - dh) + dc / nearest * way + kMargin * (before + after));
 }
 
 // The float differences of both circles are off by 2^-24 of themselves: with the distance at most h + ceiling, and
@@ -223,7 +274,7 @@ double WorstPoints::ceiling_under(const Circle& circle) const {
   const double dh = std::fabs(half_diameter(circle) - half_diameter(circle_));
   const double move = dx + dy + dh;
   if (move == 0.0) return ceiling_;
-  return ceiling_ + move + 0x1p-21 * (half_diameter(circle_) + std::fabs(ceiling_) + move);
+  return ceiling_ + change_to(circle) + 0x1p-21 * (half_diameter(circle_) + std::fabs(ceiling_) + move);
 }
 
 // Of all candidates, by the cheap formula.

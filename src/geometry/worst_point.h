@@ -14,8 +14,8 @@ namespace vlix {
 int32_t find_worst(const PointF32* points, int32_t count, const Circle& circle);
 
 // The places of the largest errors against one circle, each with the first of its points, and a ceiling for the errors
-// of all others. By the triangle inequality an error changes by no more than centre and radius move, so that against a
-// circle near by the worst point is still among them as long as its error is above the lifted ceiling.
+// of all others. An error changes by little when centre and radius move, so that against a circle near by the worst
+// point is still among them as long as its error is above the lifted ceiling.
 class WorstPoints {
  public:
   // Collects from all points.
@@ -39,14 +39,19 @@ class WorstPoints {
     int32_t index;
     bool has_equals;  // behind it
   };
+  struct Box {
+    double left, right, top, bottom;
+  };
   class Places;
 
   double largest_error(const Circle& circle) const;
+  double change_to(const Circle& circle) const;
   double ceiling_under(const Circle& circle) const;
   int32_t pick(const Circle& circle, double least) const;
 
   int32_t count_ = -1;  // -1: nothing is known
   Circle circle_;
+  Box box_;  // around all points
   double ceiling_ = 0.0;
   int32_t index_[kCapacity];
   PointF32 point_[kCapacity];
