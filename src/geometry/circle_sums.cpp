@@ -8,6 +8,7 @@
 #include "frame/multiversion.h"
 #include "geometry/enclosure.h"
 #include "geometry/lanes.h"
+#include "geometry/point_moments.h"
 
 namespace vlix {
 namespace {
@@ -42,9 +43,9 @@ VLIX_INLINE double total(const Pairs& sums, int32_t axis) {
   return (sums[axis] + sums[axis + 2]) + (sums[axis + 4] + sums[axis + 6]);
 }
 
-// Eleven roundings at most beside one addition for every four points: see kRoundingsOfForming. 512-bit vectors with
-// AVX-512, pairs of 256-bit ones with AVX2.
-VLIX_MULTIVERSION void add_points(const PointF32* points, int32_t count, CircleSums& sums) {
+// Eleven roundings at most beside one addition for every four points: see kRoundingsOfForming. Pairs of 256-bit vectors
+// with AVX2.
+VLIX_MULTIVERSION void sum_powers(const PointF32* points, int32_t count, CircleSums& sums, double& largest_square) {
   const double x = sums.origin_x;
   const double y = sums.origin_y;
   const Pairs origin = {x, y, x, y, x, y, x, y};
@@ -77,8 +78,20 @@ VLIX_MULTIVERSION void add_points(const PointF32* points, int32_t count, CircleS
   sums.uvv = total(lanes.wwv, 1);
   double squares[2 * kPointsPerStep];
   store<double, 2 * kPointsPerStep>(lanes.largest, squares);
-  const double largest = *std::max_element(squares, squares + 2 * kPointsPerStep);
-  sums.reach = std::sqrt(largest) * kHigherOrders;
+  largest_square = *std::max_element(squares, squares + 2 * kPointsPerStep);
+}
+
+void add_points(const PointF32* points, int32_t count, CircleSums& sums) {
+  double largest_square;
+#if defined(__x86_64__)
+  if (has_avx512_moments()) {
+    sum_powers_avx512(points, count, sums, largest_square);
+    sums.reach = std::sqrt(largest_square) * kHigherOrders;
+    return;
+  }
+#endif
+  sum_powers(points, count, sums, largest_square);
+  sums.reach = std::sqrt(largest_square) * kHigherOrders;
 }
 
 constexpr double kRoundingsOfForming = 16.0;

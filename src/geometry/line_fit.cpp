@@ -5,6 +5,7 @@
 
 #include "frame/multiversion.h"
 #include "geometry/lanes.h"
+#include "geometry/point_moments.h"
 
 namespace vlix {
 namespace {
@@ -73,6 +74,12 @@ VLIX_MULTIVERSION void sum_in_lanes(const Point* points, int32_t count, LineSums
 
 LineSums sum_points(const PointF32* points, int32_t count) {
   LineSums total;
+#if defined(__x86_64__)
+  if (has_avx512_moments()) {
+    sum_points_avx512(points, count, total);
+    return total;
+  }
+#endif
   sum_in_lanes(points, count, total);
   return total;
 }
