@@ -1,36 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The kernel over dot products of four bytes (AVX-512 VNNI). Highway 1.0 has no operation for them, and the options of
-// its best instruction set lack them: hence intrinsics and options of its own. Whether it may be used is Highway's
-// choice, so that forcing another instruction set in tests reaches this file, too.
+// The kernel over dot products of four bytes.
+#include "optim/byte_products.h"
 #include "optim/cross_corr_kernels.h"
-
-#define HWY_WANT_AVX3_DL
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "optim/cross_corr_bytes.cpp"
-#include <hwy/foreach_target.h>
-#include <hwy/highway.h>
-
 #include "optim/unroll.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace vlix::optim::HWY_NAMESPACE {
-namespace {
+#if defined(__x86_64__)
 
-#if HWY_ARCH_X86
-constexpr bool kHasByteProducts = HWY_TARGET == HWY_AVX3_DL;
-#else
-constexpr bool kHasByteProducts = false;
-#endif
-
-bool has_byte_products() { return kHasByteProducts; }
-
-}  // namespace
-}  // namespace vlix::optim::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-#if HWY_ARCH_X86_64
-
+#include <hwy/highway.h>
 #include <immintrin.h>
 
 // The "undefined" operand inside of g++ 12's own intrinsics looks uninitialised to it (its bug 105593).
@@ -39,7 +15,7 @@ HWY_AFTER_NAMESPACE();
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
 
-HWY_PUSH_ATTRIBUTES("avx512f,avx512bw,avx512dq,avx512vl,avx512vnni,avx2,fma,bmi,bmi2")
+HWY_PUSH_ATTRIBUTES(VLIX_BYTE_PRODUCTS)
 namespace vlix::optim::vnni {
 namespace {
 
@@ -88,21 +64,13 @@ void run(const cross_corr::BlockJob<uint8_t, int32_t>& job) { correlate_blocks(j
 }  // namespace vlix::optim::vnni
 HWY_POP_ATTRIBUTES
 
-namespace vlix::optim {
-namespace {
-HWY_EXPORT(has_byte_products);
-}
+namespace vlix::optim::cross_corr {
 
-namespace cross_corr {
-
-KernelPlan plan_of_bytes() {
-  return HWY_DYNAMIC_DISPATCH(has_byte_products)() ? KernelPlan{vnni::ByteOps::kWidth, 500} : KernelPlan{};
-}
+KernelPlan plan_of_bytes() { return has_byte_products() ? KernelPlan{vnni::ByteOps::kWidth, 500} : KernelPlan{}; }
 
 void correlate_bytes(const BlockJob<uint8_t, int32_t>& job) { vnni::run(job); }
 
-}  // namespace cross_corr
-}  // namespace vlix::optim
+}  // namespace vlix::optim::cross_corr
 
 #else
 
@@ -113,5 +81,4 @@ void correlate_bytes(const BlockJob<uint8_t, int32_t>&) {}
 
 }  // namespace vlix::optim::cross_corr
 
-#endif
 #endif

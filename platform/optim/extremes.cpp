@@ -121,7 +121,7 @@ template <class Pixel>
 Extremes<Pixel> extremes(Rows<const Pixel> rows) {
   const hn::ScalableTag<Pixel> d;
   const std::size_t lanes = hn::Lanes(d);
-  constexpr std::size_t kPixelsPerBlock = 16384;
+  constexpr std::size_t kPixelsPerBlock = 65536;
   const Pixel first = rows.first[0];
   Running<Pixel> a(first);
   Running<Pixel> b(first);
@@ -133,6 +133,7 @@ Extremes<Pixel> extremes(Rows<const Pixel> rows) {
       start = (start - 1) / kPixelsPerBlock * kPixelsPerBlock;
       std::size_t x = start;
       for (; x + 4 * lanes <= end; x += 4 * lanes) {
+        for (std::size_t k = 0; k < 4; ++k) read_ahead(row + x + k * lanes);
         a.add(hn::LoadU(d, row + x));
         b.add(hn::LoadU(d, row + x + lanes));
         a.add(hn::LoadU(d, row + x + 2 * lanes));

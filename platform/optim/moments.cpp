@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "optim/byte_products.h"
+#include "optim/byte_sums.h"
 #include "optim/part-inl.h"
 #include "optim/rows.h"
 #include "vlix/optim.h"
@@ -17,11 +19,6 @@
 #define VLIX_OPTIM_MOMENTS
 namespace vlix::optim {
 
-struct ByteSums {
-  uint64_t sum = 0;
-  uint64_t squares = 0;
-};
-
 // Sums of the deviations from some value. Float pixels are added up in sixteen interleaved partial sums on every
 // processor, so that every processor rounds alike.
 inline constexpr std::size_t kPartialSums = 16;
@@ -29,9 +26,6 @@ struct FloatSums {
   double sum[kPartialSums] = {};
   double squares[kPartialSums] = {};
 };
-
-// No address space holds enough pixels to overflow the 64-bit sums: 255^2 * 2^47 < 2^63.
-static_assert((uint64_t{255} * 255) < (uint64_t{1} << (63 - 47)));
 
 }  // namespace vlix::optim
 #endif
@@ -213,14 +207,18 @@ struct Moments {
   double shift;
 };
 
+ByteSums sums_of(Rows<const uint8_t> rows, uint8_t flip) {
+  return has_byte_products() ? byte_sums_by_products(rows, flip) : HWY_DYNAMIC_DISPATCH(byte_sums)(rows, flip);
+}
+
 Moments moments_of(Rows<const uint8_t> rows) {
-  const ByteSums sums = HWY_DYNAMIC_DISPATCH(byte_sums)(rows, 0);
+  const ByteSums sums = sums_of(rows, 0);
   return {static_cast<double>(rows.count()), static_cast<double>(sums.sum), static_cast<double>(sums.squares), 0.0};
 }
 
 // v ^ 0x80, read as unsigned, is v + 128.
 Moments moments_of(Rows<const int8_t> rows) {
-  const ByteSums sums = HWY_DYNAMIC_DISPATCH(byte_sums)(unsigned_bits(rows), 0x80);
+  const ByteSums sums = sums_of(unsigned_bits(rows), 0x80);
   const auto count = static_cast<int64_t>(rows.count());
   const auto sum = static_cast<int64_t>(sums.sum);
   const auto squares = static_cast<int64_t>(sums.squares);

@@ -137,6 +137,19 @@ TEST_P(MomentsAt, LongRowsOfExtremesDoNotOverflow) {
   EXPECT_EQ(deviation, 127.5);
 }
 
+// The same with the pixels spread over rows that end in parts of a vector.
+TEST_P(MomentsAt, ManyRowsOfTheLargestPixelDoNotOverflow) {
+  constexpr int32_t kRows = 36000;
+  for (const int32_t width : {65, 257}) {
+    const Region<uint8_t> region(width, kRows, 3, Fill::kHighest, 0);
+    region.at(0, 0) = 254;
+    const double n = static_cast<double>(width) * kRows;
+    const Moments moments(region);
+    EXPECT_EQ(moments.mean, 255.0 - 1.0 / n);
+    EXPECT_NEAR(moments.deviation, std::sqrt(1.0 / n - 1.0 / n / n), 1e-5);
+  }
+}
+
 TEST_P(MomentsAt, SumPasses32Bits) {
   const Region<uint8_t> region(4200, 4100, 0, Fill::kHighest, 0);
   EXPECT_EQ(sum_of(region), 255.0 * 4200 * 4100);
