@@ -246,6 +246,8 @@ Totals bins_of_values(const Totals& values, const Bins& bins) {
   return totals;
 }
 
+// Up to here one table of totals, into which pixels are put one by one, takes the least.
+constexpr int64_t kFewPixels = 64;
 // From here on clearing and folding the large tables costs less than they save.
 constexpr int64_t kPairsPay = int64_t{1} << 17;
 constexpr int64_t kLookupPays = int64_t{1} << 17;
@@ -253,12 +255,14 @@ constexpr int64_t kLookupPays = int64_t{1} << 17;
 template <class Pixel>
 Totals tally_floats(const VlixImage& image, const Bins& bins) {
   const Rows<Pixel> rows(image);
-  return bins.count <= kFewBins ? count_in_few_bins(rows, bins) : count_in_many_bins(rows, bins);
+  const bool four_tables = bins.count <= kFewBins && rows.pixels() > kFewPixels;
+  return four_tables ? count_in_few_bins(rows, bins) : count_in_many_bins(rows, bins);
 }
 
 template <class Pixel>
 Totals tally_bytes(const VlixImage& image, const Bins& bins) {
   const Rows<uint8_t> rows(image);
+  if (rows.pixels() <= kFewPixels) return count_in_many_bins(Rows<Pixel>(image), bins);
   return bins_of_values<Pixel>(rows.pixels() < kPairsPay ? count_bytes(rows) : count_byte_pairs(rows), bins);
 }
 
