@@ -240,7 +240,7 @@ int main(int argc, char** argv) {
   char* benchmark_argv[] = {name, interleave, nullptr};
   benchmark::Initialize(&benchmark_argc, benchmark_argv);
   vlix::bench::use_one_peer_thread();
-  if (options.overhead) vlix::bench::print_call_overheads();
   if (options.growth) vlix::bench::print_growth(options.quick);
+  if (options.overhead) vlix::bench::print_call_overheads();
   return options.overhead || options.growth ? 0 : vlix::bench::run_all(options);
 }

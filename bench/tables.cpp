@@ -210,11 +210,12 @@ void reset_peak_memory() {
   }
 }
 
-// What the first call of a process needs beyond its inputs and outputs, in MiB: a process of its own finds no buffers
-// that other calls have left. Negative where it cannot be told.
-double memory_of_call(const Operation& operation) {
+// What the first call of a process needs beyond its inputs and outputs. To be called before this process has called
+// anything: its children then find no buffers that other calls have left.
+std::string memory_of_call(const Operation& operation) {
+  const char* const unknown = "-";
   int ends[2];
-  if (pipe(ends) != 0) return -1.0;
+  if (pipe(ends) != 0) return unknown;
   std::fflush(stdout);
   const pid_t child = fork();
   if (child == 0) {
@@ -226,11 +227,14 @@ double memory_of_call(const Operation& operation) {
     _exit(write(ends[1], &needed, sizeof(needed)) == sizeof(needed) ? 0 : 1);
   }
   close(ends[1]);
-  double needed = -1.0;
-  if (read(ends[0], &needed, sizeof(needed)) != sizeof(needed)) needed = -1.0;
+  double needed = 0.0;
+  const bool is_told = read(ends[0], &needed, sizeof(needed)) == sizeof(needed);
   close(ends[0]);
   if (child > 0) waitpid(child, nullptr, 0);
-  return needed;
+  if (!is_told) return unknown;
+  char text[32];
+  std::snprintf(text, sizeof(text), "%.1f MiB", needed);
+  return text;
 }
 
 }  // namespace
@@ -256,8 +260,7 @@ void print_call_overheads() {
 void print_growth(bool quick) {
   std::vector<int32_t> sizes = {512, 1024, 2048};
   if (!quick) sizes.insert(sizes.end(), {4096, 8192});
-  // Before this process has buffers of its own.
-  std::map<std::string, double> memory;
+  std::map<std::string, std::string> memory;
   for (const Group group : kGroups) {
     std::vector<Operation> list;
     group(list, sizes.back());
@@ -282,7 +285,8 @@ void print_growth(bool quick) {
       "|\n|---|---|---|---|\n");
   for (const std::string& name : order) {
     for (const auto& [size, seconds] : times[name]) {
-      std::printf("| %s | %d | %.3f ns | %.1f MiB |\n", name.c_str(), size, seconds * 1e9, memory[name]);
+      std::printf("| %s | %d | %.3f ns | %s |\n", name.c_str(), size, seconds * 1e9,
+                  size == sizes.back() ? memory[name].c_str() : "-");
     }
   }
 }

@@ -8,7 +8,7 @@ namespace vlix::bench {
 // kernel; and on 16 x 16.
 void print_call_overheads();
 
-// Time per pixel and peak memory per call from 512 to 8192 square.
+// Time per pixel from 512 to 8192 square, and the peak memory of a call at the largest size.
 void print_growth(bool quick);
 
 }  // namespace vlix::bench

@@ -122,6 +122,7 @@ Extremes<Pixel> extremes(Rows<const Pixel> rows) {
   const hn::ScalableTag<Pixel> d;
   const std::size_t lanes = hn::Lanes(d);
   constexpr std::size_t kPixelsPerBlock = 65536;
+  constexpr std::size_t kPixelsPerLine = 64 / sizeof(Pixel);  // of the cache
   const Pixel first = rows.first[0];
   Running<Pixel> a(first);
   Running<Pixel> b(first);
@@ -133,7 +134,7 @@ Extremes<Pixel> extremes(Rows<const Pixel> rows) {
       start = (start - 1) / kPixelsPerBlock * kPixelsPerBlock;
       std::size_t x = start;
       for (; x + 4 * lanes <= end; x += 4 * lanes) {
-        for (std::size_t k = 0; k < 4; ++k) read_ahead(row + x + k * lanes);
+        for (std::size_t k = 0; k < 4 * lanes; k += kPixelsPerLine) read_ahead(row + x + k);
         a.add(hn::LoadU(d, row + x));
         b.add(hn::LoadU(d, row + x + lanes));
         a.add(hn::LoadU(d, row + x + 2 * lanes));

@@ -30,12 +30,14 @@ class Rejection {
   // Where the circle's floats are open but the worst point is not, nobody needs them: the point is removed at once.
   // Then the next pass surely finds a circle, so that this one is not the result.
   Pass fit(Circle& circle, int32_t left) {
-    bool exists;
     if (points_.count() > kFewPoints) {
       const Fitted fitted = fit_by_sums(circle);
       if (fitted != Fitted::kUndecided) return fitted == Fitted::kCircle ? Pass::kFitted : Pass::kFailed;
       if (left > 0 && remove_worst_of_near()) return Pass::kSkipped;
       if (!foreseen_.is_known()) foresee(left);
+    }
+    bool exists;
+    if (foreseen_.is_known()) {
       exists = foreseen_.circle(circle);
     } else {
       close_gaps();
@@ -84,8 +86,9 @@ class Rejection {
     return true;
   }
 
-  // The removals that circles near the definition's tell.
+  // The removals that circles near the definition's tell, where they are enough to be worth their while.
   void foresee(int32_t left) {
+    if (left < ForeseenCircles::kFewest) return;
     close_gaps();
     int32_t removals[ForeseenCircles::kPasses];
     const int32_t most = std::min(left, ForeseenCircles::kPasses - 1);
@@ -102,7 +105,7 @@ class Rejection {
       Circle unused;
       fit_from_sums(sums, unused, near);
     }
-    foreseen_.form(points_.data(), points_.count(), removals, known);
+    if (known >= ForeseenCircles::kFewest) foreseen_.form(points_.data(), points_.count(), removals, known);
   }
 
   // The index holds until the gaps are closed.

@@ -21,12 +21,19 @@ VLIX_INLINE void raise(const Doubles& to, Doubles& largest) { largest = to > lar
 
 VLIX_INLINE double total(const Doubles& v) { return ((v[0] + v[1]) + (v[2] + v[3])) + ((v[4] + v[5]) + (v[6] + v[7])); }
 
+// Of lanes that split() has filled: points j and j + 4 of each eight in lanes 2 j and 2 j + 1.
+VLIX_INLINE double total(const Doubles& first, const Doubles& second) {
+  double of_four[4];
+  for (int j = 0; j < 4; ++j) of_four[j] = (first[2 * j] + first[2 * j + 1]) + (second[2 * j] + second[2 * j + 1]);
+  return (of_four[0] + of_four[1]) + (of_four[2] + of_four[3]);
+}
+
 // One by one: g++ makes this a single widening load.
 VLIX_INLINE void load_four(const PointF32* p, Doubles& xy) {
   xy = Doubles{p[0].x, p[0].y, p[1].x, p[1].y, p[2].x, p[2].y, p[3].x, p[3].y};
 }
 
-// Eight points in any order: x in one vector, y in the other.
+// Eight points, 0 4 1 5 2 6 3 7: x in one vector, y in the other.
 VLIX_INLINE void split(const Doubles& a, const Doubles& b, Doubles& x, Doubles& y) {
   x = __builtin_shufflevector(a, b, 0, 8, 2, 10, 4, 12, 6, 14);
   y = __builtin_shufflevector(a, b, 1, 9, 3, 11, 5, 13, 7, 15);
@@ -92,8 +99,9 @@ VLIX_INLINE void add_eight(const PointF32* p, const Doubles& origin, Sums& sums)
 
 }  // namespace
 
-void sum_points_avx512(const PointF32* points, int32_t count, LineSums& total_sums) {
-  // Two sets, so that no addition waits for the one before it.
+// Sixteen sums of every sixteenth point, totalled in the same tree as everywhere else, and the rest one by one: no
+// result depends on the processor.
+void sum_points_avx512(const PointF32* points, int32_t count, LineSums& sums) {
   LineLanes s;
   LineLanes t;
   int32_t i = 0;
@@ -101,15 +109,16 @@ void sum_points_avx512(const PointF32* points, int32_t count, LineSums& total_su
     add_eight(points + i, Doubles{}, s);
     add_eight(points + i + kStep, Doubles{}, t);
   }
-  if (count - i >= kStep) {
-    add_eight(points + i, Doubles{}, s);
-    i += kStep;
+  sums = {total(s.x, t.x), total(s.y, t.y), total(s.xy, t.xy), total(s.xx, t.xx), total(s.yy, t.yy)};
+  for (; i < count; ++i) {
+    const double x = static_cast<double>(points[i].x);
+    const double y = static_cast<double>(points[i].y);
+    sums.x += x;
+    sums.y += y;
+    sums.xy += x * y;
+    sums.xx += x * x;
+    sums.yy += y * y;
   }
-  if (i < count) {
-    const Rest rest(points + i, count - i, 0.0, 0.0);
-    t.add(rest.x, rest.y);
-  }
-  total_sums = {total(s.x + t.x), total(s.y + t.y), total(s.xy + t.xy), total(s.xx + t.xx), total(s.yy + t.yy)};
 }
 
 void sum_powers_avx512(const PointF32* points, int32_t count, CircleSums& sums, double& largest_square) {

@@ -80,7 +80,7 @@ VLIX_MULTIVERSION void extreme_squares(const PointF32* points, int32_t count, co
   }
 }
 
-// No coordinate is undefined.
+// Of points whose coordinates are finite.
 VLIX_MULTIVERSION void bounding_box(const PointF32* points, int32_t count, PointF32& low, PointF32& high) {
   using FloatPairs = Lanes<float, 2 * kStep>;
   const float x = points[0].x;
@@ -245,6 +245,14 @@ void WorstPoints::collect(const PointF32* points, int32_t count, const Circle& c
   count_ = n;
 }
 
+// Whether the float difference of some coordinate in the box and the centre's is infinite: no bound holds there.
+bool WorstPoints::may_overflow(const Circle& circle) const {
+  const auto reaches = [](double from, double to, float centre) {
+    return std::isfinite(static_cast<float>(from) - centre) && std::isfinite(static_cast<float>(to) - centre);
+  };
+  return !reaches(box_.left, box_.right, circle.centre.x) || !reaches(box_.top, box_.bottom, circle.centre.y);
+}
+
 // By how much |distance - h| of a point in the box changes at most from one circle to the other: no more than centre
 // and radius move (triangle inequality), and on an arc, where they move together, by less. The change has the gradient
 // n1 - n0, n the directions from the centres; |n1 - n0| <= |c1 - c0| / d with d the shorter distance from a centre. So
@@ -269,6 +277,7 @@ double WorstPoints::change_to(const Circle& circle) const {
 // The float differences of both circles are off by 2^-24 of themselves: with the distance at most h + ceiling, and
 // nearer or farther by the move, 2^-21 covers them and the roundings in double.
 double WorstPoints::ceiling_under(const Circle& circle) const {
+  if (may_overflow(circle)) return kInfinity;
   const double dx = std::fabs(static_cast<double>(circle.centre.x) - static_cast<double>(circle_.centre.x));
   const double dy = std::fabs(static_cast<double>(circle.centre.y) - static_cast<double>(circle_.centre.y));
   const double dh = std::fabs(half_diameter(circle) - half_diameter(circle_));
@@ -312,7 +321,7 @@ int32_t WorstPoints::find(const Circle& circle) const {
 // Only places within the doubt of the largest error are looked at closely: `off` covers the move of centre and radius
 // and, as in ceiling_under, the roundings of the float differences.
 int32_t WorstPoints::find(const NearCircle& near) const {
-  if (count_ <= 0 || !near.exists) return -1;
+  if (count_ <= 0 || !near.exists || may_overflow(near.low) || may_overflow(near.high)) return -1;
   const Circle& circle = near.middle;
   const double error = largest_error(circle);
   const double half = half_diameter(circle);

@@ -45,13 +45,14 @@ class WorstPoints {
   class Places;
 
   double largest_error(const Circle& circle) const;
+  bool may_overflow(const Circle& circle) const;
   double change_to(const Circle& circle) const;
   double ceiling_under(const Circle& circle) const;
   int32_t pick(const Circle& circle, double least) const;
 
   int32_t count_ = -1;  // -1: nothing is known
   Circle circle_;
-  Box box_;  // around all points
+  Box box_ = {};  // around all points
   double ceiling_ = 0.0;
   int32_t index_[kCapacity];
   PointF32 point_[kCapacity];

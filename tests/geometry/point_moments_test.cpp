@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Sums of whole numbers that fit in a double are the same in any order.
+// Moments of point lists. Sums of whole numbers that fit in a double are the same in any order.
 #include "geometry/point_moments.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +13,42 @@
 
 namespace vlix::test {
 namespace {
+
+// Sixteen sums of every sixteenth point, totalled in a tree; then the rest, one by one.
+double total_in_a_tree(const std::vector<double>& terms) {
+  double part[16] = {};
+  const std::size_t whole = terms.size() / 16 * 16;
+  for (std::size_t i = 0; i < whole; ++i) part[i % 16] += terms[i];
+  double four[4];
+  for (int j = 0; j < 4; ++j) four[j] = (part[j] + part[4 + j]) + (part[8 + j] + part[12 + j]);
+  double sum = (four[0] + four[1]) + (four[2] + four[3]);
+  for (std::size_t i = whole; i < terms.size(); ++i) sum += terms[i];
+  return sum;
+}
+
+// Far coordinates, whose sums of products round.
+TEST(LinePointSums, AddInTheSameTreeOnEveryProcessor) {
+  std::mt19937_64 random(12);
+  std::uniform_real_distribution<float> far(9.9e6f, 1.01e7f);
+  for (int32_t count = 0; count < 200; ++count) {
+    std::vector<PointF32> points(static_cast<std::size_t>(count));
+    std::vector<double> x, y, xx, xy, yy;
+    for (PointF32& p : points) {
+      p = {far(random), -far(random)};
+      x.push_back(p.x);
+      y.push_back(p.y);
+      xx.push_back(x.back() * x.back());
+      xy.push_back(x.back() * y.back());
+      yy.push_back(y.back() * y.back());
+    }
+    const LineSums sums = sum_points(points.data(), count);
+    ASSERT_EQ(sums.x, total_in_a_tree(x)) << count;
+    ASSERT_EQ(sums.y, total_in_a_tree(y)) << count;
+    ASSERT_EQ(sums.xx, total_in_a_tree(xx)) << count;
+    ASSERT_EQ(sums.xy, total_in_a_tree(xy)) << count;
+    ASSERT_EQ(sums.yy, total_in_a_tree(yy)) << count;
+  }
+}
 
 #if defined(__x86_64__)
 
