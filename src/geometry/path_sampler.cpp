@@ -188,13 +188,25 @@ int32_t PathSampler::sample_segment(int32_t k, const PointReader& reader, const 
 }
 
 void PathSampler::sample(const PointReader& reader, const Output& output) const {
+  const int64_t channels = reader.channels();
   int32_t i = 0;
-  for (int32_t k = 0; k < segment_count_; ++k) i = sample_segment(k, reader, output);
+  // A segment never begins behind the samples of those before it: it has the count that measure() gave them, and
+  // sample_segment() stops before that at the end of the output only.
+  int32_t written = 0;
+  for (int32_t k = 0; k < segment_count_; ++k) {
+    i = sample_segment(k, reader, output);
+    written = std::max(written, std::min(i, output.count));
+  }
 
   const PointF32 end = vertices_[segment_count_];
-  if (!output.adds_end || i >= output.count || !bounds_.contains(end.x, end.y)) return;
-  reader.read(&end.x, &end.y, 1, output.values + std::ptrdiff_t{i} * reader.channels());
-  if (output.positions != nullptr) output.positions[i] = end;
+  if (output.adds_end && i < output.count && bounds_.contains(end.x, end.y)) {
+    reader.read(&end.x, &end.y, 1, output.values + i * channels);
+    if (output.positions != nullptr) output.positions[i] = end;
+    written = std::max(written, i + 1);
+  }
+  if (written * channels < output.value_count) {
+    std::fill(output.values + written * channels, output.values + output.value_count, 0.0f);
+  }
 }
 
 }  // namespace vlix

@@ -52,6 +52,7 @@ class PathSampler {
 
   struct Output {
     float* values;
+    int32_t value_count;  // all floats of the vector; those without a sample become 0
     PointF32* positions;  // null when not wanted
     int32_t count;        // samples
     bool adds_end;        // the last vertex is a sample of its own

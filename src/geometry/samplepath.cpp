@@ -134,13 +134,16 @@ extern "C" VlixStatus vlix_samplepath_lines(const VlixImage* image, const VlixVe
     if (status != kSuccess) return status;
     zero(*positions, samples.count, sizeof(PointF32));
   }
-  zero(*values, value_count, sizeof(float));
 
   const auto* invalid = reinterpret_cast<const VlixInvalidValue*>(invalidValue);
   const PointReader reader(*image, mode, invalid);
-  if (!reader.is_supported()) return report("samplepath_lines: image format not suppported\n");
-  sampler.sample(reader, {elements<float>(*values), positions == nullptr ? nullptr : elements<PointF32>(*positions),
-                          std::min(samples.count, values->count / channels), samples.adds_end});
+  if (!reader.is_supported()) {
+    zero(*values, value_count, sizeof(float));
+    return report("samplepath_lines: image format not suppported\n");
+  }
+  sampler.sample(
+      reader, {elements<float>(*values), value_count, positions == nullptr ? nullptr : elements<PointF32>(*positions),
+               std::min(samples.count, values->count / channels), samples.adds_end});
   return kSuccess;
 }
 
