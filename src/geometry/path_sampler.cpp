@@ -2,6 +2,7 @@
 #include "geometry/path_sampler.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "frame/multiversion.h"
@@ -41,6 +42,28 @@ VLIX_MULTIVERSION bool place(Steps& steps, int32_t count, PointF32 start, PointF
     outside |= y <= last_y ? 0 : 1;
   }
   return outside == 0;
+}
+
+// The number of steps from t on that can be taken at once, fewer than `most`, none of them behind the length; t moves
+// on. t is a multiple of the spacing u of floats in its binade. While t + spacing stays below the next power of two,
+// rounding adds the same multiple of u to it each time: the one nearest to spacing, unless that lies halfway between
+// two.
+int32_t take_equal_steps(float& t, float spacing, float length, int32_t most) {
+  const uint32_t exponent = std::bit_cast<uint32_t>(t) >> 23;  // of a positive number
+  if (!(t > 0.0f) || exponent < 24 || exponent > 253) return 0;
+  const double unit = std::bit_cast<float>((exponent - 23) << 23);
+  const double next_power = std::bit_cast<float>((exponent + 1) << 23);
+  const double start = t;
+  const double units = static_cast<double>(spacing) / unit;  // exact
+  const double step = std::nearbyint(units) * unit;
+  if (!(step > 0.0) || std::fabs(units - std::floor(units)) == 0.5) return 0;
+  // A step less than the quotients say: they are rounded.
+  const double in_length = (static_cast<double>(length) - start) / step - 1.0;
+  const double in_binade = (next_power - static_cast<double>(spacing) - start) / step - 1.0;
+  const double count = std::floor(std::min({in_length, in_binade, static_cast<double>(most) - 1.0}));
+  if (!(count >= 1.0)) return 0;
+  t = static_cast<float>(start + count * step);  // exact
+  return static_cast<int32_t>(count);
 }
 
 }  // namespace
@@ -118,7 +141,11 @@ bool PathSampler::stays_inside(const Segment& s, float t) const {
 // Steps along a segment: returns the t behind it and counts the samples in m.
 float PathSampler::pass_segment(const Segment& s, float t, int32_t most, int32_t& m) const {
   if (stays_inside(s, t)) {
-    for (; t <= s.length && m < most; ++m) t = t + spacing_;
+    constexpr int32_t kSingleSteps = 4;  // between attempts
+    while (t <= s.length && m < most) {
+      m += take_equal_steps(t, spacing_, s.length, most - m);
+      for (int32_t i = 0; i < kSingleSteps && t <= s.length && m < most; ++i, ++m) t = t + spacing_;
+    }
     return t;
   }
   while (t <= s.length && m < most) {

@@ -170,6 +170,19 @@ TYPED_TEST(SamplePathTypes, RandomPathsMatchTheTwinForAnyCountOnEntry) {
   }
 }
 
+// Steps along the path are added up in floats: each power of two makes them a little longer or shorter, and a spacing
+// halfway between two floats of a binade (1 + 2^-13 from 2048 on) goes to the even one.
+TEST(SamplePath, LongSegmentsTakeTheStepsOfTheTwin) {
+  const std::vector<PointF32> path = {{0.5f, 0.5f}, {5990.0f, 3.25f}, {1.0f, 1.5f}, {4500.25f, 2.0f}, {4500.25f, 1.0f}};
+  for (const float spacing :
+       {0.1f, 1.0f / 3.0f, 0.37f, 0.5f, 1.7f, 1.0f + 0x1p-13f, 3.0f + 0x3p-13f, 0.25f + 0x1p-20f}) {
+    for (const int32_t entry : {7, 1000, 30000, 1000000}) {
+      SCOPED_TRACE(std::to_string(spacing) + " into " + std::to_string(entry));
+      expect_twin<uint8_t>(6000, 5, path, spacing, entry, 1, nullptr);
+    }
+  }
+}
+
 TEST(SamplePath, ColourSamplesMatchTheTwin) {
   TestImage<Rgba> image(30, 20);
   std::mt19937 random(2);
